@@ -1,0 +1,11 @@
+# Warnings are errors for everything the project compiles itself.
+add_library(tessel_warnings INTERFACE)
+target_compile_options(tessel_warnings INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Wold-style-cast
+  -Wcast-align -Woverloaded-virtual -Wnull-dereference -Wdouble-promotion
+  -Wformat=2 -Wimplicit-fallthrough -Werror)
+
+# Registers a target for installation in the TesselStats export set.
+function(tessel_install_target target)
+  set_property(GLOBAL APPEND PROPERTY TESSEL_INSTALL_TARGETS ${target})
+endfunction()
