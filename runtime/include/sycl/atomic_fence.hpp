@@ -1,0 +1,51 @@
+// Memory orders, memory scopes and the fence that uses them.
+#pragma once
+
+#include <atomic>
+
+#include "sycl/defines.hpp"
+
+namespace sycl {
+
+enum class memory_order : int { relaxed, acquire, release, acq_rel, seq_cst };
+
+inline constexpr auto memory_order_relaxed = memory_order::relaxed;
+inline constexpr auto memory_order_acquire = memory_order::acquire;
+inline constexpr auto memory_order_release = memory_order::release;
+inline constexpr auto memory_order_acq_rel = memory_order::acq_rel;
+inline constexpr auto memory_order_seq_cst = memory_order::seq_cst;
+
+enum class memory_scope : int { work_item, sub_group, work_group, device, system };
+
+inline constexpr auto memory_scope_work_item = memory_scope::work_item;
+inline constexpr auto memory_scope_sub_group = memory_scope::sub_group;
+inline constexpr auto memory_scope_work_group = memory_scope::work_group;
+inline constexpr auto memory_scope_device = memory_scope::device;
+inline constexpr auto memory_scope_system = memory_scope::system;
+
+// The work-items of a group share one thread, so only device and system
+// scopes order anything against other threads.
+TESSEL_DEVICE_CALLABLE inline void atomic_fence(memory_order order, memory_scope scope) {
+  if (scope != memory_scope::device && scope != memory_scope::system) {
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+    return;
+  }
+  switch (order) {
+    case memory_order::relaxed:
+      return;
+    case memory_order::acquire:
+      std::atomic_thread_fence(std::memory_order_acquire);
+      return;
+    case memory_order::release:
+      std::atomic_thread_fence(std::memory_order_release);
+      return;
+    case memory_order::acq_rel:
+      std::atomic_thread_fence(std::memory_order_acq_rel);
+      return;
+    case memory_order::seq_cst:
+      std::atomic_thread_fence(std::memory_order_seq_cst);
+      return;
+  }
+}
+
+}  // namespace sycl
