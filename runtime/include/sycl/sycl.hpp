@@ -27,27 +27,11 @@
 #include "sycl/usm.hpp"
 
 // Device-side API.
-#if __has_include("sycl/nd_item.hpp")
 #include "sycl/nd_item.hpp"
-#endif
-#if __has_include("sycl/group.hpp")
 #include "sycl/group.hpp"
-#endif
-#if __has_include("sycl/group_algorithm.hpp")
 #include "sycl/group_algorithm.hpp"
-#endif
-#if __has_include("sycl/functional.hpp")
 #include "sycl/functional.hpp"
-#endif
-#if __has_include("sycl/device_event.hpp")
 #include "sycl/device_event.hpp"
-#endif
-#if __has_include("sycl/local_accessor.hpp")
 #include "sycl/local_accessor.hpp"
-#endif
-#if __has_include("sycl/math.hpp")
 #include "sycl/math.hpp"
-#endif
-#if __has_include("sycl/atomic_fence.hpp")
 #include "sycl/atomic_fence.hpp"
-#endif
