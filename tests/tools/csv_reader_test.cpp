@@ -1,0 +1,186 @@
+#include "csv_reader.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+#include "tool_test_support.hpp"
+
+namespace tessel::test {
+namespace {
+
+using ::testing::ElementsAre;
+
+csv_table parse(std::string_view text, csv_options options = {}) {
+  progress silent;
+  return parse_csv(text, "t.csv", options, heap(), silent);
+}
+
+std::vector<double> cells(const csv_table& table) {
+  return elements<double>(table.cells, table.n_rows * table.n_columns);
+}
+
+std::string parse_error(std::string_view text, csv_options options = {}) {
+  return data_error_text([&] { parse(text, options); });
+}
+
+TEST(CsvHeader, NamesWhenACellIsNoNumber) {
+  const csv_table table = parse("a,b\n1,2\n3,4\n");
+  EXPECT_THAT(table.names, ElementsAre("a", "b"));
+  EXPECT_EQ(table.n_rows, 2);
+  EXPECT_EQ(table.n_columns, 2);
+  EXPECT_THAT(cells(table), ElementsAre(1, 2, 3, 4));
+}
+
+TEST(CsvHeader, NumericNamesBesideOneWordStillMakeAHeader) {
+  EXPECT_THAT(parse("year,2019\n1,2\n").names, ElementsAre("year", "2019"));
+}
+
+TEST(CsvHeader, AllNumbersAreData) {
+  const csv_table table = parse("1,2\n3,4");
+  EXPECT_TRUE(table.names.empty());
+  EXPECT_THAT(cells(table), ElementsAre(1, 2, 3, 4));
+}
+
+TEST(CsvHeader, EmptyCellInANumericFirstRowIsData) {
+  EXPECT_EQ(parse_error("1,,2\n3,4,5\n"), "t.csv:1:3: empty cell");
+}
+
+TEST(CsvHeader, ForcedEitherWay) {
+  csv_options present;
+  present.header = header_mode::present;
+  EXPECT_THAT(parse("1,2\n3,4\n", present).names, ElementsAre("1", "2"));
+  csv_options absent;
+  absent.header = header_mode::absent;
+  EXPECT_EQ(parse_error("x,y\n1,2\n", absent), "t.csv:1:1: non-numeric cell \"x\"");
+}
+
+TEST(CsvHeader, QuotedNamesKeepDelimitersQuotesAndLineBreaks) {
+  const csv_table table = parse("\"a,b\",\"say \"\"hi\"\"\",\"two\nlines\"\n1,2,3\n4,5,6\n");
+  EXPECT_THAT(table.names, ElementsAre("a,b", "say \"hi\"", "two\nlines"));
+  // The line break inside the quoted name counts: the bad cell stands on line 4.
+  EXPECT_EQ(parse_error("\"a\",\"two\nlines\"\n1,2\n4,x\n"), "t.csv:4:3: non-numeric cell \"x\"");
+}
+
+TEST(CsvDelimiter, DetectedFromTheFirstLine) {
+  EXPECT_EQ(parse("a;b;c\n1;2;3\n").delimiter, ';');
+  EXPECT_EQ(parse("a\tb\n1\t2\n").delimiter, '\t');
+  EXPECT_EQ(parse("1,5\n2,5\n").delimiter, ',');
+  EXPECT_EQ(parse("1\n2\n").n_columns, 1);
+  // Delimiters inside quotes do not count.
+  EXPECT_EQ(parse("\"a;b;c\",d\n1,2\n").delimiter, ',');
+  EXPECT_THAT(cells(parse("a\tb\n 1\t2 \n")), ElementsAre(1, 2));
+}
+
+TEST(CsvDelimiter, ForcedDelimiterWins) {
+  csv_options options;
+  options.delimiter = ';';
+  const csv_table table = parse("a,x;b\n1;2\n", options);
+  EXPECT_THAT(table.names, ElementsAre("a,x", "b"));
+}
+
+TEST(CsvText, LineEndingsBlanksMarksAndQuotedNumbers) {
+  EXPECT_THAT(cells(parse("\xef\xbb\xbfx,y\r\n1 , 2\r\n\r\n\n  \"3\",+4\r\n")),
+              ElementsAre(1, 2, 3, 4));
+}
+
+TEST(CsvText, NumbersAreCorrectlyRoundedForTheirType) {
+  csv_options single;
+  single.type = element_type::f32;
+  const csv_table table = parse("0.1,16777217,1e-45,-inf\n", single);
+  EXPECT_THAT(elements<float>(table.cells, 4),
+              ElementsAre(0.1f, 16777216.0f, std::numeric_limits<float>::denorm_min(),
+                          -std::numeric_limits<float>::infinity()));
+  const std::vector<double> values = cells(parse("0.1,1e-400,nan,2.5E+3\n"));
+  EXPECT_EQ(values[0], 0.1);
+  EXPECT_EQ(values[1], 0.0);  // underflow rounds to zero, it is no error
+  EXPECT_TRUE(std::isnan(values[2]));
+  EXPECT_EQ(values[3], 2500.0);
+}
+
+TEST(CsvErrors, EveryMessageNamesFileLineAndColumn) {
+  EXPECT_EQ(parse_error(""), "t.csv:1:1: empty file");
+  EXPECT_EQ(parse_error("\n \n\r\n"), "t.csv:1:1: empty file");
+  EXPECT_EQ(parse_error("a,b\n"), "t.csv:2:1: no data rows after the header");
+  EXPECT_EQ(parse_error("a,b\n1,2\n3,abc\n"), "t.csv:3:3: non-numeric cell \"abc\"");
+  EXPECT_EQ(parse_error("a,b\n1,2\n3,1.5.2\n"), "t.csv:3:3: non-numeric cell \"1.5.2\"");
+  EXPECT_EQ(parse_error("a,b\n1,\n"), "t.csv:2:3: empty cell");
+  EXPECT_EQ(parse_error("a,b\n1,2,3,4\n"), "t.csv:2:5: ragged row: 4 cells where line 1 has 2");
+  EXPECT_EQ(parse_error("a,b,c\n1,2,3\n1,2\n"), "t.csv:3:4: ragged row: 2 cells where line 1 has 3");
+  EXPECT_EQ(parse_error("1,2\n3,\"4\n"), "t.csv:2:3: unterminated quoted cell");
+  EXPECT_EQ(parse_error("1,2\n3,\"4\"x\n"), "t.csv:2:6: unexpected \"x\" after a closing quote");
+  EXPECT_EQ(parse_error("1,2\n1,\"2\"\"\"\n"), "t.csv:2:3: non-numeric cell \"2\\x22\\x22\"");
+  csv_options single;
+  single.type = element_type::f32;
+  EXPECT_EQ(parse_error("1\n1e39\n", single), "t.csv:2:1: number \"1e39\" is out of range for float");
+  EXPECT_EQ(parse_error("1\n-1e309\n"), "t.csv:2:1: number \"-1e309\" is out of range for double");
+}
+
+TEST(CsvErrors, CellTextIsCutAndEscapedInMessages) {
+  const std::string long_cell(100, 'z');
+  EXPECT_EQ(parse_error("1\n" + long_cell + "\n"),
+            "t.csv:2:1: non-numeric cell \"" + std::string(40, 'z') + "\"...");
+  EXPECT_EQ(parse_error(std::string("1\n\x01\xff\n", 5)),
+            "t.csv:2:1: non-numeric cell \"\\x01\\xff\"");
+}
+
+TEST(CsvWeightsColumn, ByNameOrNumberAndNoLongerADimension) {
+  csv_options by_name;
+  by_name.weights_column = "w";
+  const csv_table table = parse("x,w,y\n1,10,2\n3,30,4\n", by_name);
+  EXPECT_THAT(table.names, ElementsAre("x", "y"));
+  EXPECT_EQ(table.n_columns, 2);
+  EXPECT_THAT(cells(table), ElementsAre(1, 2, 3, 4));
+  EXPECT_THAT(elements<double>(table.weights, 2), ElementsAre(10, 30));
+
+  csv_options by_number;
+  by_number.weights_column = "0";
+  const csv_table headerless = parse("5,1,2\n6,3,4\n", by_number);
+  EXPECT_THAT(cells(headerless), ElementsAre(1, 2, 3, 4));
+  EXPECT_THAT(elements<double>(headerless.weights, 2), ElementsAre(5, 6));
+}
+
+TEST(CsvWeightsColumn, MissingColumnIsAUsageError) {
+  csv_options options;
+  options.weights_column = "w";
+  EXPECT_EQ(usage_error_text([&] { parse("x,y\n1,2\n", options); }),
+            "--weights-column: t.csv has no column named \"w\"");
+  EXPECT_EQ(usage_error_text([&] { parse("1,2\n", options); }),
+            "--weights-column: t.csv has no column named \"w\" (it has no header row)");
+  options.weights_column = "2";
+  EXPECT_EQ(usage_error_text([&] { parse("1,2\n", options); }),
+            "--weights-column: t.csv has no column 2 (it has 2, counted from 0)");
+  options.weights_column = "0";
+  EXPECT_EQ(usage_error_text([&] { parse("1\n2\n", options); }),
+            "--weights-column: t.csv has only that column, no dimension would be left");
+}
+
+TEST(CsvMemory, OneAllocationSizedByTheRowsThatCanBeThere) {
+  // Counts what the parser asks for: the cells once, no second copy of the data.
+  struct counting_resource : std::pmr::memory_resource {
+    std::size_t allocations = 0, bytes = 0;
+    void* do_allocate(std::size_t size, std::size_t alignment) override {
+      ++allocations;
+      bytes += size;
+      return heap().allocate(size, alignment);
+    }
+    void do_deallocate(void* p, std::size_t size, std::size_t alignment) override {
+      heap().deallocate(p, size, alignment);
+    }
+    bool do_is_equal(const memory_resource& other) const noexcept override {
+      return this == &other;
+    }
+  } counting;
+  std::string text = "a,b,c\n";
+  for (int row = 0; row < 1000; ++row) text += "1,2,3\n";
+  progress silent;
+  const csv_table table = parse_csv(text, "t.csv", {}, counting, silent);
+  EXPECT_EQ(table.n_rows, 1000);
+  EXPECT_EQ(counting.allocations, 1u);
+  EXPECT_EQ(counting.bytes, 1001u * 3 * sizeof(double));  // 1000 newlines after the header + 1
+}
+
+}  // namespace
+}  // namespace tessel::test

@@ -1,0 +1,150 @@
+#include "format.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+#include <nlohmann/json.hpp>
+
+namespace tessel::test {
+namespace {
+
+describe_result two_dimensions(element_type type) {
+  describe_result result;
+  result.source = "d.csv";
+  result.device = "host cpu";
+  result.type = type;
+  result.n_observations = 3;
+  result.n_dims = 2;
+  for (std::int64_t d = 0; d < 2; ++d) {
+    dimension_summary summary;
+    summary.index = d;
+    summary.name = d == 0 ? "height" : "w";
+    for (std::size_t s = 0; s < all_statistics.size(); ++s) {
+      summary.values[s] = static_cast<double>(s) + 0.25 * static_cast<double>(d);
+    }
+    summary[statistic::count] = 3;
+    result.dimensions.push_back(summary);
+  }
+  return result;
+}
+
+TEST(FormatValue, ShortestTextThatReadsBackTheSameNumber) {
+  describe_result result = two_dimensions(element_type::f32);
+  dimension_summary dimension;
+  dimension[statistic::mean] = static_cast<double>(0.1f);
+  dimension[statistic::count] = 12345678901.0;
+  EXPECT_EQ(format_value(result, dimension, statistic::mean), "0.1");
+  EXPECT_EQ(format_value(result, dimension, statistic::count), "12345678901");
+  result.type = element_type::f64;
+  EXPECT_EQ(format_value(result, dimension, statistic::mean), "0.10000000149011612");
+  dimension[statistic::mean] = 1.0 / 3.0;
+  EXPECT_EQ(format_value(result, dimension, statistic::mean), "0.3333333333333333");
+  dimension[statistic::mean] = -std::numeric_limits<double>::infinity();
+  EXPECT_EQ(format_value(result, dimension, statistic::mean), "-inf");
+}
+
+TEST(FormatTable, StatisticsAsRowsDimensionsAsAlignedColumns) {
+  const std::string expected =
+      "d.csv: 3 observations of 2 dimensions, double in col_major, on host cpu\n"
+      "\n"
+      "           height     w\n"
+      "count           3     3\n"
+      "mean            1  1.25\n"
+      "variance        3  3.25\n"
+      "std dev         4  4.25\n"
+      "variation       5  5.25\n"
+      "skewness        6  6.25\n"
+      "kurtosis        7  7.25\n"
+      "min             8  8.25\n"
+      "max             9  9.25\n";
+  EXPECT_EQ(format_table(two_dimensions(element_type::f64), 0), expected);
+}
+
+TEST(FormatTable, WideTablesGoOnInBlocks) {
+  describe_result result = two_dimensions(element_type::f64);
+  result.weights = "w.csv";
+  result.user_mean = "m.csv";
+  const std::string text = format_table(result, 20);
+  EXPECT_THAT(text, ::testing::HasSubstr("weights: w.csv\n"
+                                         "central statistics about the user mean from m.csv\n"
+                                         "\n"
+                                         "           height\n"
+                                         "count           3\n"
+                                         "mean            1\n"
+                                         "user mean       2\n"));
+  EXPECT_THAT(text, ::testing::HasSubstr("max             9\n"
+                                         "\n"
+                                         "              w\n"
+                                         "count         3\n"));
+}
+
+TEST(FormatTable, NoDimensionSelected) {
+  describe_result result = two_dimensions(element_type::f64);
+  result.dimensions.clear();
+  EXPECT_THAT(format_table(result, 0), ::testing::EndsWith("no dimension selected\n"));
+}
+
+TEST(FormatCsv, OneRowPerDimensionWithEveryStatisticUnderAll) {
+  describe_result result = two_dimensions(element_type::f64);
+  result.all = true;
+  result.dimensions[1].name = "a,\"b\"";
+  const std::string text = format_csv(result);
+  const std::string header = text.substr(0, text.find('\n'));
+  EXPECT_EQ(header,
+            "index,name,count,mean,variance,std_dev,variation,skewness,kurtosis,min,max,raw_sum,"
+            "raw_sum2,raw_sum3,raw_sum4,raw_moment2,raw_moment3,raw_moment4,central_sum2,"
+            "central_sum3,central_sum4,central_moment3,central_moment4");
+  EXPECT_THAT(text, ::testing::HasSubstr("\n0,height,3,1,3,4,5,6,7,8,9,10,11,12,13,14,15,16,17,18,"
+                                         "19,20,21\n"));
+  EXPECT_THAT(text, ::testing::HasSubstr("\n1,\"a,\"\"b\"\"\",3,1.25,"));
+}
+
+TEST(FormatJson, ParsesAndCarriesEveryNumberExactly) {
+  describe_result result = two_dimensions(element_type::f32);
+  result.dimensions[0][statistic::mean] = static_cast<double>(0.1f);
+  result.dimensions[0][statistic::skewness] = std::numeric_limits<double>::quiet_NaN();
+  result.dimensions[1].name = "bad \xff utf-8";
+  result.weights = "column 2 of d.csv";
+  const nlohmann::json document = nlohmann::json::parse(format_json(result));
+  EXPECT_EQ(document["source"], "d.csv");
+  EXPECT_EQ(document["type"], "float");
+  EXPECT_EQ(document["layout"], "col_major");
+  EXPECT_EQ(document["observations"], 3);
+  EXPECT_EQ(document["dimensions_in_file"], 2);
+  EXPECT_EQ(document["weights_from"], "column 2 of d.csv");
+  EXPECT_TRUE(document["user_mean_from"].is_null());
+  const nlohmann::json& first = document["dimensions"][0];
+  EXPECT_EQ(first["name"], "height");
+  EXPECT_EQ(first["index"], 0);
+  EXPECT_TRUE(first["count"].is_number_integer());
+  EXPECT_EQ(first["mean"].get<double>(), 0.1);  // the float's shortest text, not its double
+  EXPECT_EQ(first["mean"].get<float>(), 0.1f);
+  EXPECT_TRUE(first["skewness"].is_null());
+  EXPECT_FALSE(first.contains("user_mean"));
+  EXPECT_FALSE(first.contains("raw_sum"));
+  EXPECT_EQ(document["dimensions"][1]["name"], "bad \xef\xbf\xbd utf-8");
+  EXPECT_EQ(document["dimensions"][1]["max"].get<double>(), 9.25);
+}
+
+TEST(FormatJson, DoublesRoundTrip) {
+  describe_result result = two_dimensions(element_type::f64);
+  result.all = true;
+  double value = 1.0 / 3.0;
+  for (double& v : result.dimensions[0].values) {
+    v = value;
+    value = value * -37.1 + 1.0 / 7.0;
+  }
+  result.dimensions[0][statistic::count] = 3;
+  const nlohmann::json document = nlohmann::json::parse(format_json(result));
+  for (const statistic_info& s : result.statistics()) {
+    if (s.id == statistic::count) continue;
+    EXPECT_EQ(document["dimensions"][0][std::string(s.key)].get<double>(), result.dimensions[0][s.id])
+        << s.key;
+  }
+}
+
+}  // namespace
+}  // namespace tessel::test
