@@ -88,10 +88,6 @@ void make_fiber(fiber_context& ctx, fiber_stack& stack, fiber_entry entry) {
   ctx.stack_size = stack.stack.size - guard;
   ctx.fake_stack = nullptr;
   ctx.tsan_fiber = stack.tsan_fiber;
-#if defined(TESSEL_SANITIZE_ADDRESS)
-  // A fiber that ended by a jump left its last frames poisoned.
-  ASAN_UNPOISON_MEMORY_REGION(ctx.stack_bottom, ctx.stack_size);
-#endif
   ctx.fctx = fctx::make_fcontext(top, stack.stack.size - guard, entry);
 }
 
@@ -109,6 +105,14 @@ void switch_fiber(fiber_context& from, fiber_context& to) {
 }
 
 void exit_fiber(fiber_context& from, fiber_context& to) {
+#if defined(TESSEL_SANITIZE_ADDRESS)
+  // The frames above this one never return, so their redzones would stay
+  // poisoned for the next fiber on this stack. Frames below have returned.
+  char* top = static_cast<char*>(const_cast<void*>(from.stack_bottom)) + from.stack_size;
+  char* low = static_cast<char*>(__builtin_frame_address(0)) - 4096;
+  if (low < from.stack_bottom) low = static_cast<char*>(const_cast<void*>(from.stack_bottom));
+  ASAN_UNPOISON_MEMORY_REGION(low, static_cast<std::size_t>(top - low));
+#endif
   before_switch(nullptr, to);
   fctx::jump_fcontext(to.fctx, &from);
   __builtin_unreachable();

@@ -1,7 +1,6 @@
 #include "group_runner.hpp"
 
 #include <algorithm>
-#include <atomic>
 #include <cstring>
 #include <numeric>
 #include <utility>
@@ -192,11 +191,9 @@ void group_runner::barrier(work_item& self, memory_scope scope) {
     block(self);
     return;
   }
+  // Items of a group share a thread, so any scope is program order here; other
+  // groups are not ordered by a barrier.
   retire();
-  // Other groups run on other threads: a wider scope orders memory for them.
-  if (scope == memory_scope::device || scope == memory_scope::system) {
-    std::atomic_thread_fence(std::memory_order_seq_cst);
-  }
   release_all_but(self);
   yield(self);
 }
