@@ -24,6 +24,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -32,6 +33,9 @@ namespace tessel::test {
 __extension__ typedef __float128 quad;
 
 enum class storage { row_major, col_major };
+inline void PrintTo(storage layout, std::ostream* os) {
+  *os << (layout == storage::row_major ? "row_major" : "col_major");
+}
 
 // Element (d, i) of a matrix in either storage, as the library addresses it.
 inline std::size_t element_index(storage layout, std::size_t n_dims, std::size_t n_obs,

@@ -1,0 +1,340 @@
+// The Basic and Minmax stages of the estimator module against the __float128 reference, called
+// through dlopen/dlsym with the threading service's table, as a consumer calls them.
+#include "estimator_module.hpp"
+#include "support/random_data.hpp"
+#include "support/reference.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <string>
+#include <tuple>
+#include <vector>
+
+namespace tessel::test {
+namespace {
+
+constexpr double untouched = 777.0;
+
+const estimator_module& module() {
+  static const estimator_module m;
+  return m;
+}
+
+// A data set, its task and one result array per estimate, as a caller would set them up.
+template <class T>
+struct basic_call {
+  storage layout = storage::row_major;
+  std::int64_t n_dims = 0, n_obs = 0;
+  std::vector<T> x, weights, user_mean;
+  std::vector<std::int64_t> selection;
+  int int_width = 1;
+
+  enum result { mean, raw2, raw3, raw4, c2, c3, c4, kurt, skew, var, s1, s2, s3, s4, cs2, cs3, cs4, count };
+  std::vector<T> out[count];
+
+  // Dimension d: offset[d] + scale[d] * exponential variates, placed in the layout.
+  void fill(std::int64_t dims, std::int64_t obs, storage l, std::uint64_t seed,
+            const std::vector<double>& offset, const std::vector<double>& scale) {
+    n_dims = dims;
+    n_obs = obs;
+    layout = l;
+    x.assign(static_cast<std::size_t>(dims * obs), T(0));
+    for (std::int64_t d = 0; d < dims; ++d) {
+      const auto column = random_skewed<T>(static_cast<std::size_t>(obs), seed + d,
+                                           offset[d % offset.size()], scale[d % scale.size()]);
+      for (std::int64_t i = 0; i < obs; ++i) {
+        x[element_index(layout, dims, obs, d, i)] = column[static_cast<std::size_t>(i)];
+      }
+    }
+  }
+  // Positive weights, and some that count as 1: zero, negative, NaN.
+  void weigh(std::uint64_t seed) {
+    weights = random_uniform<T>(static_cast<std::size_t>(n_obs), seed, 0.2, 3.0);
+    weights[3] = 0;
+    weights[10] = -1;
+    weights[17] = std::numeric_limits<T>::quiet_NaN();
+  }
+  void select_with_gaps() {
+    selection.assign(static_cast<std::size_t>(n_dims), 0);
+    for (std::int64_t d = 0; d < n_dims; d += 2) selection[d] = d == 2 ? -7 : 1;
+  }
+
+  // Runs the stage with every Basic estimate wanted and returns its status.
+  std::int32_t run(std::intptr_t method, std::uint64_t mask = all_basic_bits,
+                   const ss_threading_entry* table = threading_table()) {
+    const typed_entries<T> e(module());
+    for (auto& o : out) o.assign(static_cast<std::size_t>(n_dims), T(untouched));
+    if (!user_mean.empty()) out[mean] = user_mean;
+    const std::int64_t words64[3] = {n_dims, n_obs,
+                                     layout == storage::row_major ? SS_STORAGE_ROW_MAJOR
+                                                                  : SS_STORAGE_COL_MAJOR};
+    const std::int32_t words32[3] = {static_cast<std::int32_t>(words64[0]),
+                                     static_cast<std::int32_t>(words64[1]),
+                                     static_cast<std::int32_t>(words64[2])};
+    const void* w[3];
+    for (int k = 0; k < 3; ++k) {
+      w[k] = int_width == 0 ? static_cast<const void*>(&words32[k]) : &words64[k];
+    }
+    ss_task* task = nullptr;
+    EXPECT_EQ(e.new_task(&task, w[0], w[1], w[2], x.data(),
+                         weights.empty() ? nullptr : weights.data(),
+                         selection.empty() ? nullptr : selection.data(), int_width),
+              0);
+    EXPECT_EQ(e.edit_moments(task, out[mean].data(), out[raw2].data(), out[raw3].data(),
+                             out[raw4].data(), out[c2].data(), out[c3].data(), out[c4].data()),
+              0);
+    EXPECT_EQ(e.edit_sums(task, out[s1].data(), out[s2].data(), out[s3].data(), out[s4].data(),
+                          out[cs2].data(), out[cs3].data(), out[cs4].data()),
+              0);
+    EXPECT_EQ(e.edit_task(task, SS_FIELD_KURTOSIS, out[kurt].data()), 0);
+    EXPECT_EQ(e.edit_task(task, SS_FIELD_SKEWNESS, out[skew].data()), 0);
+    EXPECT_EQ(e.edit_task(task, SS_FIELD_VARIATION, out[var].data()), 0);
+    const std::int32_t status = e.basic(task, mask, method, table);
+    EXPECT_EQ(e.delete_task(&task), 0);
+    EXPECT_EQ(task, nullptr);
+    return status;
+  }
+
+  std::vector<dimension_reference> reference() const {
+    matrix_input<T> in{x.data(), static_cast<std::size_t>(n_dims),
+                       static_cast<std::size_t>(n_obs), layout};
+    if (!weights.empty()) in.weights = weights.data();
+    if (!selection.empty()) in.selection = selection.data();
+    if (!user_mean.empty()) in.user_mean = user_mean.data();
+    return compute_reference(in);
+  }
+
+  // Every result of every selected dimension within `epsilons`, unselected ones untouched.
+  void expect_near_reference(double epsilons) const {
+    const auto ref = reference();
+    for (std::int64_t d = 0; d < n_dims; ++d) {
+      const dimension_reference& r = ref[static_cast<std::size_t>(d)];
+      const quad expected[count] = {r.mean,     r.raw_moment2, r.raw_moment3, r.raw_moment4,
+                                    r.variance, r.moment3,     r.moment4,     r.kurtosis,
+                                    r.skewness, r.variation,   r.S1,          r.S2,
+                                    r.S3,       r.S4,          r.C2,          r.C3,
+                                    r.C4};
+      for (int k = 0; k < count; ++k) {
+        const T got = out[k][static_cast<std::size_t>(d)];
+        if (!r.selected) {
+          if (k != mean || user_mean.empty()) {
+            EXPECT_EQ(got, T(untouched)) << "dim " << d << " result " << k;
+          }
+        } else if (k == mean && !user_mean.empty()) {
+          EXPECT_EQ(got, user_mean[static_cast<std::size_t>(d)]) << "the given mean is input";
+        } else {
+          EXPECT_TRUE(near_reference(got, expected[k], epsilons))
+              << "dim " << d << " result " << k;
+        }
+      }
+    }
+  }
+};
+
+// Float results are computed in double and rounded once. Double results carry the rounding of
+// the accurate algorithms: a few epsilons (7e-15 allowed), far inside the 1e-13 promised.
+template <class T>
+constexpr double tolerance = std::is_same_v<T, float> ? 1.0 : 32.0;
+
+using basic_case = std::tuple<storage, bool /*weights*/, bool /*selection*/, std::intptr_t,
+                              int /*int_width*/>;
+
+class BasicStage : public ::testing::TestWithParam<basic_case> {
+ protected:
+  template <class T>
+  void check() {
+    const auto [layout, weighted, selected, method, int_width] = GetParam();
+    basic_call<T> call;
+    call.int_width = int_width;
+    call.fill(5, 6007, layout, 100, {2.0, -40.0, 0.5, 1e3, 7.0}, {0.5, 3.0, 1.0, 2.0, 0.1});
+    if (weighted) call.weigh(7);
+    if (selected) call.select_with_gaps();
+    if (method == SS_METHOD_USER_MEAN) call.user_mean = {T(2.4), T(-37.5), T(1.6), T(1002), T(7.3)};
+    ASSERT_EQ(call.run(method), 0);
+    call.expect_near_reference(tolerance<T>);
+  }
+};
+
+TEST_P(BasicStage, Float) { check<float>(); }
+TEST_P(BasicStage, Double) { check<double>(); }
+
+std::string basic_case_name(const ::testing::TestParamInfo<basic_case>& info) {
+  const auto& [layout, weighted, selected, method, int_width] = info.param;
+  return std::string(layout == storage::row_major ? "Row" : "Col") +
+         (weighted ? "Weighted" : "") + (selected ? "Selected" : "") + "Method" +
+         std::to_string(method) + "Width" + std::to_string(int_width);
+}
+
+INSTANTIATE_TEST_SUITE_P(AllForms, BasicStage,
+                         ::testing::Combine(::testing::Values(storage::row_major,
+                                                              storage::col_major),
+                                            ::testing::Bool(), ::testing::Bool(),
+                                            ::testing::Values(SS_METHOD_TWO_PASS,
+                                                              SS_METHOD_ONE_PASS,
+                                                              SS_METHOD_USER_MEAN),
+                                            ::testing::Values(0, 1)),
+                         basic_case_name);
+
+// Mean a million times the spread: raw power sums would lose every digit of the central ones.
+using ill_case = std::tuple<storage, bool /*weights*/, std::intptr_t>;
+class IllConditioned : public ::testing::TestWithParam<ill_case> {};
+
+TEST_P(IllConditioned, DoubleWithinPromise) {
+  const auto [layout, weighted, method] = GetParam();
+  basic_call<double> call;
+  call.fill(3, 20011, layout, 300, {1e6, -2e6, 5e5}, {1.0, 2.0, 0.5});
+  if (weighted) call.weigh(9);
+  if (method == SS_METHOD_USER_MEAN) call.user_mean = {1e6 + 1.25, -2e6 + 1.5, 5e5 + 0.75};
+  ASSERT_EQ(call.run(method), 0);
+  call.expect_near_reference(tolerance<double>);
+}
+
+TEST_P(IllConditioned, FloatToTheLastBit) {
+  const auto [layout, weighted, method] = GetParam();
+  basic_call<float> call;
+  call.fill(2, 20011, layout, 400, {1e6, 3e5}, {1.0, 0.25});
+  if (weighted) call.weigh(11);
+  if (method == SS_METHOD_USER_MEAN) call.user_mean = {1e6f + 1.0f, 3e5f + 0.25f};
+  ASSERT_EQ(call.run(method), 0);
+  call.expect_near_reference(tolerance<float>);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Offsets, IllConditioned,
+    ::testing::Combine(::testing::Values(storage::row_major, storage::col_major),
+                       ::testing::Bool(),
+                       ::testing::Values(SS_METHOD_TWO_PASS, SS_METHOD_ONE_PASS,
+                                         SS_METHOD_USER_MEAN)));
+
+TEST(BasicStageSizes, LongSeriesAndSingleObservation) {
+  for (std::intptr_t method : {SS_METHOD_TWO_PASS, SS_METHOD_ONE_PASS}) {
+    basic_call<double> call;
+    call.fill(1, 400003, storage::row_major, 500, {1e6}, {3.0});
+    ASSERT_EQ(call.run(method), 0);
+    call.expect_near_reference(tolerance<double>);
+  }
+  basic_call<double> one;
+  one.x = {4.5};
+  one.n_dims = one.n_obs = 1;
+  ASSERT_EQ(one.run(SS_METHOD_TWO_PASS), 0);
+  EXPECT_EQ(one.out[one.mean][0], 4.5);
+  EXPECT_EQ(one.out[one.s2][0], 4.5 * 4.5);
+  EXPECT_TRUE(std::isnan(one.out[one.c2][0])) << "one observation has no variance";
+}
+
+TEST(BasicStageSizes, ManyColumnsFewObservations) {
+  basic_call<double> call;
+  call.fill(37, 5, storage::col_major, 600, {1.0, 5.0, -2.0}, {1.0});
+  call.select_with_gaps();
+  ASSERT_EQ(call.run(SS_METHOD_ONE_PASS), 0);
+  call.expect_near_reference(tolerance<double>);
+}
+
+TEST(BasicStageSizes, WithoutThreadingTable) {
+  basic_call<double> call;
+  call.fill(2, 9000, storage::col_major, 700, {3.0}, {1.0});
+  call.weigh(5);
+  ASSERT_EQ(call.run(SS_METHOD_TWO_PASS, all_basic_bits, nullptr), 0);
+  call.expect_near_reference(tolerance<double>);
+}
+
+TEST(BasicStageValues, InfinityAndNaNReachTheResults) {
+  basic_call<double> call;
+  call.fill(2, 3000, storage::row_major, 800, {1.0}, {1.0});
+  call.x[17] = std::numeric_limits<double>::infinity();       // dimension 0
+  call.x[3000 + 5] = std::numeric_limits<double>::quiet_NaN();  // dimension 1
+  ASSERT_EQ(call.run(SS_METHOD_TWO_PASS), 0);
+  EXPECT_EQ(call.out[call.mean][0], std::numeric_limits<double>::infinity());
+  EXPECT_EQ(call.out[call.s1][0], std::numeric_limits<double>::infinity());
+  EXPECT_TRUE(std::isnan(call.out[call.mean][1]));
+  EXPECT_TRUE(std::isnan(call.out[call.c2][1]));
+}
+
+// Only the wanted estimates are written, and each wanted one needs its array.
+TEST(BasicStageMask, WritesOnlyWhatIsAsked) {
+  basic_call<double> call;
+  call.fill(3, 5000, storage::row_major, 900, {10.0}, {2.0});
+  ASSERT_EQ(call.run(SS_METHOD_TWO_PASS, SS_KURTOSIS | SS_RAW_SUM3), 0);
+  const auto ref = call.reference();
+  for (int k = 0; k < call.count; ++k) {
+    for (int d = 0; d < 3; ++d) {
+      if (k == call.kurt) {
+        EXPECT_TRUE(near_reference(call.out[k][d], ref[d].kurtosis, tolerance<double>));
+      } else if (k == call.s3) {
+        EXPECT_TRUE(near_reference(call.out[k][d], ref[d].S3, tolerance<double>));
+      } else {
+        EXPECT_EQ(call.out[k][d], untouched) << k;
+      }
+    }
+  }
+}
+
+TEST(BasicStageMask, UserMeanIsReadNeverWritten) {
+  basic_call<double> call;
+  call.fill(2, 3000, storage::row_major, 901, {10.0}, {2.0});
+  call.user_mean = {11.0, 12.5};
+  ASSERT_EQ(call.run(SS_METHOD_USER_MEAN, SS_MEAN | SS_CENTRAL_SUM2 | SS_VARIATION), 0);
+  EXPECT_EQ(call.out[call.mean], call.user_mean);
+  const auto ref = call.reference();
+  EXPECT_TRUE(near_reference(call.out[call.var][1], ref[1].variation, tolerance<double>));
+}
+
+// Minimum and maximum: weights play no part, NaN values are passed over, and the extremes
+// are the plain ones (a negative maximum stays negative).
+using minmax_case = std::tuple<storage, bool /*selection*/>;
+class MinmaxStage : public ::testing::TestWithParam<minmax_case> {
+ protected:
+  template <class T>
+  void check() {
+    const auto [layout, selected] = GetParam();
+    const typed_entries<T> e(module());
+    basic_call<T> data;
+    data.fill(4, 7001, layout, 1000, {-50.0, 3.0, -1e6, 0.0}, {1.0, 2.0, 0.5, 1.0});
+    data.weigh(3);
+    if (selected) data.select_with_gaps();
+    data.x[element_index(layout, 4, 7001, 1, 4000)] = std::numeric_limits<T>::quiet_NaN();
+    for (std::int64_t i = 0; i < 7001; ++i) {  // dimension 2 all negative
+      T& v = data.x[element_index(layout, 4, 7001, 2, i)];
+      v = -std::fabs(v);
+    }
+    std::vector<T> min(4, T(untouched)), max(4, T(untouched));
+    const std::int64_t words[3] = {4, 7001,
+                                   layout == storage::row_major ? SS_STORAGE_ROW_MAJOR
+                                                                : SS_STORAGE_COL_MAJOR};
+    ss_task* task = nullptr;
+    ASSERT_EQ(e.new_task(&task, &words[0], &words[1], &words[2], data.x.data(),
+                         data.weights.data(), selected ? data.selection.data() : nullptr, 1),
+              0);
+    ASSERT_EQ(e.edit_task(task, SS_FIELD_MIN, min.data()), 0);
+    ASSERT_EQ(e.edit_task(task, SS_FIELD_MAX, max.data()), 0);
+    ASSERT_EQ(e.minmax(task, SS_MIN | SS_MAX, SS_METHOD_TWO_PASS, threading_table()), 0);
+    const auto ref = data.reference();
+    for (int d = 0; d < 4; ++d) {
+      if (!ref[d].selected) {
+        EXPECT_EQ(min[d], T(untouched));
+        EXPECT_EQ(max[d], T(untouched));
+        continue;
+      }
+      EXPECT_TRUE(near_reference(min[d], ref[d].min, 0)) << d;
+      EXPECT_TRUE(near_reference(max[d], ref[d].max, 0)) << d;
+    }
+    // Max alone leaves the min array as it is.
+    std::fill(min.begin(), min.end(), T(untouched));
+    ASSERT_EQ(e.minmax(task, SS_MAX, SS_METHOD_TWO_PASS, threading_table()), 0);
+    for (T v : min) EXPECT_EQ(v, T(untouched));
+    ASSERT_EQ(e.delete_task(&task), 0);
+  }
+};
+
+TEST_P(MinmaxStage, Float) { check<float>(); }
+TEST_P(MinmaxStage, Double) { check<double>(); }
+
+INSTANTIATE_TEST_SUITE_P(Forms, MinmaxStage,
+                         ::testing::Combine(::testing::Values(storage::row_major,
+                                                              storage::col_major),
+                                            ::testing::Bool()));
+
+}  // namespace
+}  // namespace tessel::test
