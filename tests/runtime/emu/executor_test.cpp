@@ -1,0 +1,410 @@
+// The work-group executor below the queue: shuffles, checked collectives,
+// errors, geometry and settings.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdint>
+#include <cstring>
+#include <numeric>
+#include <stdexcept>
+#include <string>
+#include <sycl/sycl.hpp>
+#include <thread>
+#include <vector>
+
+#include "launch.hpp"
+
+namespace {
+
+using sycl::detail::device_backend;
+using tessel_test::local_memory;
+using tessel_test::run_nd;
+using tessel_test::run_range;
+using tessel_test::scoped_env;
+
+std::unique_ptr<device_backend> make_gpu(std::uint64_t seed, std::size_t group_size = 8,
+                                         unsigned compute_units = 2) {
+  scoped_env wg("TESSEL_EMU_GPU_WORK_GROUP_SIZE", std::to_string(group_size));
+  scoped_env cu("TESSEL_EMU_GPU_COMPUTE_UNITS", std::to_string(compute_units));
+  scoped_env lm("TESSEL_EMU_GPU_LOCAL_MEM_SIZE", "1024");
+  scoped_env sd("TESSEL_EMU_SHUFFLE_SEED", std::to_string(seed));
+  return sycl::detail::make_emulated_gpu();
+}
+
+sycl::errc code_of(const sycl::exception& e) { return static_cast<sycl::errc>(e.code().value()); }
+
+// Runs the launch and returns the sycl::exception it throws; fails if none.
+template <typename Launch>
+sycl::exception expect_sycl_error(Launch&& launch) {
+  try {
+    launch();
+  } catch (const sycl::exception& e) {
+    return e;
+  }
+  ADD_FAILURE() << "no sycl::exception";
+  return sycl::exception(sycl::make_error_code(sycl::errc::success), "none");
+}
+
+// Each item publishes its global id and reads its left neighbour's. Without
+// the barrier this is right only when items run in index order.
+bool neighbour_kernel_is_right(device_backend& gpu, bool with_barrier) {
+  constexpr std::size_t local = 8, groups = 4, n = local * groups;
+  std::vector<long> out(n, 0);
+  long* o = out.data();
+  run_nd(
+      gpu, n, local,
+      [=](const sycl::nd_item<1>& it) {
+        long* tile = local_memory<long>();
+        const std::size_t l = it.get_local_id(0), i = it.get_global_id(0);
+        tile[l] = static_cast<long>(i);
+        if (with_barrier) sycl::group_barrier(it.get_group());
+        o[i] = l == 0 ? -1 : tile[l - 1];
+      },
+      local * sizeof(long));
+  for (std::size_t i = 0; i < n; ++i) {
+    if (out[i] != (i % local == 0 ? -1 : static_cast<long>(i) - 1)) return false;
+  }
+  return true;
+}
+
+TEST(Shuffle, ExposesAMissingBarrierThatIndexOrderHides) {
+  EXPECT_TRUE(neighbour_kernel_is_right(*make_gpu(0), false));
+  int exposed = 0;
+  for (std::uint64_t seed = 1; seed <= 16; ++seed) {
+    auto gpu = make_gpu(seed);
+    exposed += neighbour_kernel_is_right(*gpu, false) ? 0 : 1;
+    EXPECT_TRUE(neighbour_kernel_is_right(*gpu, true)) << "seed " << seed;
+  }
+  EXPECT_GT(exposed, 0);
+}
+
+TEST(Shuffle, PermutesGroupsAndItemsExactlyOnce) {
+  constexpr std::size_t local = 8, groups = 64;
+  auto record_order = [&](std::uint64_t seed) {
+    auto gpu = make_gpu(seed, local, 1);
+    std::vector<std::size_t> group_order, item_order;
+    run_nd(*gpu, local * groups, local, [&](const sycl::nd_item<1>& it) {
+      if (it.get_local_id(0) == 0) group_order.push_back(it.get_group(0));
+      if (it.get_group(0) == 5) item_order.push_back(it.get_local_id(0));
+    });
+    return std::make_pair(group_order, item_order);
+  };
+  std::vector<std::size_t> groups_in_order(groups), items_in_order(local);
+  std::iota(groups_in_order.begin(), groups_in_order.end(), 0);
+  std::iota(items_in_order.begin(), items_in_order.end(), 0);
+
+  const auto [plain_groups, plain_items] = record_order(0);
+  EXPECT_EQ(plain_groups, groups_in_order);
+  EXPECT_EQ(plain_items, items_in_order);
+
+  auto [groups_seen, items_seen] = record_order(42);
+  EXPECT_NE(groups_seen, groups_in_order);
+  EXPECT_NE(items_seen, items_in_order);
+  EXPECT_EQ(record_order(42).first, groups_seen) << "a seed gives one order";
+  std::sort(groups_seen.begin(), groups_seen.end());
+  std::sort(items_seen.begin(), items_seen.end());
+  EXPECT_EQ(groups_seen, groups_in_order);
+  EXPECT_EQ(items_seen, items_in_order);
+}
+
+TEST(Shuffle, ReductionsStayLeftFoldsInLocalIdOrder) {
+  constexpr std::size_t local = 7, groups = 5, n = local * groups;
+  std::vector<float> x(n);
+  for (std::size_t i = 0; i < n; ++i) x[i] = (i % 3 == 0 ? 1.0e8f : 1.0f) * (i % 2 ? -1.0f : 1.0f);
+  for (std::uint64_t seed : {0, 3, 99}) {
+    auto gpu = make_gpu(seed, local);
+    std::vector<float> sum(n), max(n);
+    run_nd(*gpu, n, local, [&](const sycl::nd_item<1>& it) {
+      const std::size_t i = it.get_global_id(0);
+      sum[i] = sycl::reduce_over_group(it.get_group(), x[i], 0.5f, sycl::plus<float>());
+      max[i] = sycl::reduce_over_group(it.get_group(), x[i], sycl::maximum<>());
+    });
+    for (std::size_t g = 0; g < groups; ++g) {
+      float fold = 0.5f, top = x[g * local];
+      for (std::size_t l = 0; l < local; ++l) {
+        fold += x[g * local + l];
+        top = std::max(top, x[g * local + l]);
+      }
+      for (std::size_t l = 0; l < local; ++l) {
+        EXPECT_EQ(std::memcmp(&sum[g * local + l], &fold, sizeof fold), 0) << "seed " << seed;
+        EXPECT_EQ(max[g * local + l], top);
+      }
+    }
+  }
+}
+
+// Item 0 opens collective #1; item 1 calls something else.
+struct mismatch_case {
+  const char* name;
+  void (*item_zero)(const sycl::nd_item<1>&, double*);
+  void (*others)(const sycl::nd_item<1>&, double*);
+  const char* opened;
+  const char* called;
+};
+
+void barrier_work_group(const sycl::nd_item<1>& it, double*) {
+  sycl::group_barrier(it.get_group());
+}
+void barrier_device(const sycl::nd_item<1>& it, double*) {
+  sycl::group_barrier(it.get_group(), sycl::memory_scope::device);
+}
+void sum_double(const sycl::nd_item<1>& it, double*) {
+  sycl::reduce_over_group(it.get_group(), 1.0, sycl::plus<double>());
+}
+void sum_double_from_zero(const sycl::nd_item<1>& it, double*) {
+  sycl::reduce_over_group(it.get_group(), 1.0, 0.0, sycl::plus<double>());
+}
+void max_double(const sycl::nd_item<1>& it, double*) {
+  sycl::reduce_over_group(it.get_group(), 1.0, sycl::maximum<double>());
+}
+void sum_float(const sycl::nd_item<1>& it, double*) {
+  sycl::reduce_over_group(it.get_group(), 1.0f, sycl::plus<float>());
+}
+template <std::size_t Count, std::size_t Offset>
+void copy_in(const sycl::nd_item<1>& it, double* global) {
+  it.async_work_group_copy(sycl::local_ptr<double>(local_memory<double>()),
+                           sycl::global_ptr<double>(global + Offset), Count)
+      .wait();
+}
+template <bool FirstWaitsFirst>
+void two_copies(const sycl::nd_item<1>& it, double* global) {
+  auto g = it.get_group();
+  auto a = g.async_work_group_copy(sycl::local_ptr<double>(local_memory<double>()),
+                                   sycl::global_ptr<double>(global), 2);
+  auto b = g.async_work_group_copy(sycl::local_ptr<double>(local_memory<double>(16)),
+                                   sycl::global_ptr<double>(global + 2), 2);
+  if (FirstWaitsFirst) {
+    g.wait_for(a, b);
+  } else {
+    g.wait_for(b, a);
+  }
+}
+
+class Mismatch : public testing::TestWithParam<mismatch_case> {};
+
+TEST_P(Mismatch, ThrowsNamingBothCollectivesAndItems) {
+  const mismatch_case& c = GetParam();
+  auto gpu = make_gpu(0, 4);
+  std::vector<double> global(16, 1.0);
+  double* data = global.data();
+  const sycl::exception e = expect_sycl_error([&] {
+    run_nd(
+        *gpu, 8, 4,
+        [=](const sycl::nd_item<1>& it) {
+          (it.get_local_id(0) == 0 ? c.item_zero : c.others)(it, data);
+        },
+        64);
+  });
+  EXPECT_EQ(code_of(e), sycl::errc::kernel);
+  const std::string what = e.what();
+  EXPECT_NE(what.find(std::string("work-item 1 called ") + c.called), std::string::npos) << what;
+  EXPECT_NE(what.find(std::string("where work-item 0 called ") + c.opened), std::string::npos)
+      << what;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Collectives, Mismatch,
+    testing::Values(
+        mismatch_case{"barrier_and_reduce", barrier_work_group, sum_double,
+                      "group_barrier(memory_scope::work_group)", "reduce_over_group(plus, double)"},
+        mismatch_case{"barrier_scopes", barrier_work_group, barrier_device,
+                      "group_barrier(memory_scope::work_group)",
+                      "group_barrier(memory_scope::device)"},
+        mismatch_case{"reduce_operations", sum_double, max_double,
+                      "reduce_over_group(plus, double)", "reduce_over_group(maximum, double)"},
+        mismatch_case{"reduce_types", sum_double, sum_float, "reduce_over_group(plus, double)",
+                      "reduce_over_group(plus, float)"},
+        mismatch_case{"reduce_init", sum_double, sum_double_from_zero,
+                      "reduce_over_group(plus, double)",
+                      "reduce_over_group(plus, double, with init)"},
+        mismatch_case{"copy_counts", copy_in<4, 0>, copy_in<3, 0>,
+                      "async_work_group_copy(4 elements", "async_work_group_copy(3 elements"},
+        mismatch_case{"copy_sources", copy_in<4, 0>, copy_in<4, 1>, "async_work_group_copy(4",
+                      "async_work_group_copy(4"},
+        mismatch_case{"waits", two_copies<true>, two_copies<false>,
+                      "device_event::wait(for collective #1)",
+                      "device_event::wait(for collective #2)"}),
+    [](const testing::TestParamInfo<mismatch_case>& p) { return p.param.name; });
+
+TEST(Divergence, AnItemThatSkipsABarrierThrowsInsteadOfHanging) {
+  auto gpu = make_gpu(0);
+  const sycl::exception e = expect_sycl_error([&] {
+    run_nd(*gpu, 16, 8, [](const sycl::nd_item<1>& it) {
+      if (it.get_local_id(0) != 3) sycl::group_barrier(it.get_group());
+    });
+  });
+  EXPECT_EQ(code_of(e), sycl::errc::kernel);
+  EXPECT_NE(std::string(e.what()).find("work-item 3 returned from the kernel without calling "
+                                       "group_barrier(memory_scope::work_group)"),
+            std::string::npos)
+      << e.what();
+}
+
+TEST(Divergence, ACollectiveAfterOthersReturnedThrows) {
+  auto gpu = make_gpu(0);
+  const sycl::exception e = expect_sycl_error([&] {
+    run_nd(*gpu, 8, 8, [](const sycl::nd_item<1>& it) {
+      if (it.get_local_id(0) == 5) sycl::group_barrier(it.get_group());
+    });
+  });
+  EXPECT_EQ(code_of(e), sycl::errc::kernel);
+  EXPECT_NE(std::string(e.what()).find("work-item 5 called group_barrier"), std::string::npos)
+      << e.what();
+}
+
+TEST(Divergence, LoopsOfDifferentLengthsThrowWithEveryOrder) {
+  for (std::uint64_t seed : {0, 7}) {
+    auto gpu = make_gpu(seed);
+    const sycl::exception e = expect_sycl_error([&] {
+      run_nd(*gpu, 16, 8, [](const sycl::nd_item<1>& it) {
+        for (std::size_t r = 0; r <= it.get_local_id(0) % 3; ++r) {
+          sycl::group_barrier(it.get_group());
+        }
+      });
+    });
+    EXPECT_EQ(code_of(e), sycl::errc::kernel) << "seed " << seed;
+  }
+}
+
+std::atomic<int> live_objects{0};
+struct counted {
+  counted() { ++live_objects; }
+  counted(const counted&) = delete;
+  ~counted() { --live_objects; }
+};
+
+TEST(ItemErrors, ReachTheCallerAfterTheOtherItemsUnwind) {
+  auto gpu = make_gpu(0);
+  for (int round = 0; round < 2; ++round) {
+    try {
+      run_nd(*gpu, 64, 8, [](const sycl::nd_item<1>& it) {
+        counted held;
+        sycl::group_barrier(it.get_group());
+        if (it.get_global_id(0) == 13) throw std::runtime_error("item 13 fails");
+        sycl::group_barrier(it.get_group());
+      });
+      ADD_FAILURE() << "no exception";
+    } catch (const std::runtime_error& e) {
+      EXPECT_STREQ(e.what(), "item 13 fails");
+    }
+    EXPECT_EQ(live_objects.load(), 0);
+  }
+  // The device runs correct kernels after a failed one.
+  std::vector<int> out(64);
+  run_nd(*gpu, 64, 8, [&](const sycl::nd_item<1>& it) {
+    out[it.get_global_id(0)] = sycl::reduce_over_group(it.get_group(), 1, sycl::plus<int>());
+  });
+  EXPECT_EQ(std::count(out.begin(), out.end(), 8), 64);
+}
+
+TEST(ItemErrors, ReachTheCallerFromKernelsWithoutCollectives) {
+  auto gpu = make_gpu(0);
+  EXPECT_THROW(run_nd(*gpu, 64, 8,
+                      [](const sycl::nd_item<1>& it) {
+                        if (it.get_global_id(0) == 20) throw std::out_of_range("20");
+                      }),
+               std::out_of_range);
+  EXPECT_THROW(run_range(*gpu, 100,
+                         [](std::size_t i) {
+                           if (i == 77) throw std::out_of_range("77");
+                         }),
+               std::out_of_range);
+}
+
+TEST(Geometry, BadShapesAreNdRangeErrors) {
+  auto gpu = make_gpu(0, 8);
+  auto nothing = [](const sycl::nd_item<1>&) {};
+  EXPECT_EQ(code_of(expect_sycl_error([&] { run_nd(*gpu, 8, 0, nothing); })),
+            sycl::errc::nd_range);
+  EXPECT_EQ(code_of(expect_sycl_error([&] { run_nd(*gpu, 10, 4, nothing); })),
+            sycl::errc::nd_range);
+  EXPECT_EQ(code_of(expect_sycl_error([&] { run_nd(*gpu, 16, 16, nothing); })),
+            sycl::errc::nd_range);
+  EXPECT_EQ(code_of(expect_sycl_error([&] { run_nd(*gpu, 8, 8, nothing, 1025); })),
+            sycl::errc::nd_range);
+  int calls = 0;
+  run_nd(*gpu, 0, 8, [&](const sycl::nd_item<1>&) { ++calls; });
+  run_nd(*gpu, 8, 8, [&](const sycl::nd_item<1>&) { ++calls; }, 1024);
+  EXPECT_EQ(calls, 8);
+}
+
+TEST(Geometry, HostCpuExecutorKeepsTheLimitsItIsGiven) {
+  sycl::detail::device_limits limits;
+  limits.name = "test CPU";
+  limits.is_cpu = true;
+  limits.max_work_group_size = 4;
+  limits.local_mem_size = 64;
+  limits.max_compute_units = 2;
+  auto cpu = sycl::detail::make_host_cpu_executor(limits);
+  EXPECT_EQ(cpu->limits().name, "test CPU");
+  auto nothing = [](const sycl::nd_item<1>&) {};
+  EXPECT_EQ(code_of(expect_sycl_error([&] { run_nd(*cpu, 8, 8, nothing); })),
+            sycl::errc::nd_range);
+  EXPECT_EQ(code_of(expect_sycl_error([&] { run_nd(*cpu, 4, 4, nothing, 65); })),
+            sycl::errc::nd_range);
+  std::vector<int> out(8);
+  run_nd(*cpu, 8, 4, [&](const sycl::nd_item<1>& it) {
+    out[it.get_global_id(0)] =
+        sycl::reduce_over_group(it.get_group(), static_cast<int>(it.get_global_id(0)),
+                                sycl::plus<>());
+  });
+  EXPECT_EQ(out, (std::vector<int>{6, 6, 6, 6, 22, 22, 22, 22}));
+}
+
+TEST(RangeLaunch, RunsEveryIndexOnceInAnyOrder) {
+  for (std::uint64_t seed : {0, 5}) {
+    auto gpu = make_gpu(seed);
+    for (std::size_t size : {1, 7, 1000}) {
+      std::vector<std::atomic<int>> seen(size);
+      run_range(*gpu, size, [&](std::size_t i) { seen[i].fetch_add(1); });
+      for (std::size_t i = 0; i < size; ++i) EXPECT_EQ(seen[i].load(), 1) << i;
+    }
+  }
+}
+
+TEST(LocalMemory, NoArenaOutsideKernels) {
+  EXPECT_EQ(sycl::detail::current_local_arena(), nullptr);
+  std::thread other([] { EXPECT_EQ(sycl::detail::current_local_arena(), nullptr); });
+  other.join();
+}
+
+TEST(Settings, EmulatedGpuReadsTheEnvironmentWhenMade) {
+  scoped_env wg("TESSEL_EMU_GPU_WORK_GROUP_SIZE", "5");
+  scoped_env lm("TESSEL_EMU_GPU_LOCAL_MEM_SIZE", "96");
+  scoped_env cu("TESSEL_EMU_GPU_COMPUTE_UNITS", "3");
+  auto gpu = sycl::detail::make_emulated_gpu();
+  const auto& limits = gpu->limits();
+  EXPECT_EQ(limits.name, "Tessel emulated GPU");
+  EXPECT_TRUE(limits.is_gpu);
+  EXPECT_FALSE(limits.is_cpu);
+  EXPECT_TRUE(limits.fp64);
+  EXPECT_EQ(limits.max_work_group_size, 5u);
+  EXPECT_EQ(limits.local_mem_size, 96u);
+  EXPECT_EQ(limits.max_compute_units, 3u);
+  EXPECT_GT(limits.global_mem_size, 0u);
+}
+
+TEST(Settings, DefaultsWhenUnset) {
+  scoped_env wg("TESSEL_EMU_GPU_WORK_GROUP_SIZE", "");
+  scoped_env lm("TESSEL_EMU_GPU_LOCAL_MEM_SIZE", "");
+  scoped_env cu("TESSEL_EMU_GPU_COMPUTE_UNITS", "");
+  auto gpu = sycl::detail::make_emulated_gpu();
+  const auto& limits = gpu->limits();
+  EXPECT_EQ(limits.max_work_group_size, 256u);
+  EXPECT_EQ(limits.local_mem_size, 65536u);
+  EXPECT_EQ(limits.max_compute_units, std::max(1U, std::thread::hardware_concurrency()));
+}
+
+TEST(Settings, BadValuesAreInvalidErrorsNamingTheVariable) {
+  for (const char* value : {"abc", "0", "-4", "12x", "99999999999999999999999"}) {
+    scoped_env wg("TESSEL_EMU_GPU_WORK_GROUP_SIZE", value);
+    const sycl::exception e = expect_sycl_error([] { sycl::detail::make_emulated_gpu(); });
+    EXPECT_EQ(code_of(e), sycl::errc::invalid) << value;
+    EXPECT_NE(std::string(e.what()).find("TESSEL_EMU_GPU_WORK_GROUP_SIZE"), std::string::npos);
+  }
+  scoped_env seed("TESSEL_EMU_SHUFFLE_SEED", "seven");
+  EXPECT_THROW(sycl::detail::make_emulated_gpu(), sycl::exception);
+}
+
+}  // namespace
