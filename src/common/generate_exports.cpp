@@ -2,8 +2,8 @@
 // view of the library's boundary, so that no mangled name is ever maintained by hand:
 //   - a version script that exports the public entries and what the exception classes need,
 //     and hides everything else;
-//   - a response file of --defsym options that make each method::estimator entry of the
-//     statistics named by --method2-alias the same function as its method::fast twin.
+//   - a response file of --defsym options that give each plain-form method::fast entry of the
+//     statistics named by --method2-alias a method::estimator twin at the same address.
 //
 // usage: generate_exports --version-script FILE --defsym FILE [--method2-alias NAME]... OBJECT...
 #include <cxxabi.h>
@@ -116,11 +116,17 @@ std::string demangle(const std::string& mangled) {
 // a local static), whose names continue after the parameter list.
 const std::regex entry_pattern(
     R"(^(sycl::event|void) vorlex::orv::stats::([a-z_]+)<\(vorlex::orv::stats::method\)([12]), )"
-    R"((float|double), \(vorlex::orv::stats::layout\)[0-9]+>\(.*\)$)");
+    R"((float|double), \(vorlex::orv::stats::layout\)[0-9]+>\(sycl::queue&, (.*)\)$)");
 const std::regex exception_pattern(
     R"(^((typeinfo|typeinfo name|vtable) for )?vorlex::orv::)"
     R"((exception|invalid_argument|unimplemented|unsupported_device|device_bad_alloc|)"
     R"(computation_error)(::.*)?$)");
+
+// The plain form takes the dataset right after the queue; the forms with the caller's mean,
+// which exist for method 1 only, take the mean there.
+bool is_plain_form(const std::string& parameters_after_queue) {
+  return parameters_after_queue.rfind("vorlex::orv::stats::dataset<", 0) == 0;
+}
 
 bool is_nested(const std::string& demangled) {
   return demangled.find(")::") != std::string::npos;
@@ -169,7 +175,7 @@ export_table build_table(const options& opts) {
         table.exported.emplace(name, demangled);
         if (match[3] == "2") {
           method2_defined.insert(name);
-        } else if (opts.method2_aliases.count(stat) != 0) {
+        } else if (opts.method2_aliases.count(stat) != 0 && is_plain_form(match[5])) {
           aliased_stats_seen.insert(stat);
           const std::string twin = method2_twin(name, stat, demangled);
           table.aliases.emplace(twin, name);

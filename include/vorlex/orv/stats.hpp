@@ -14,9 +14,11 @@
 #include <string>
 #include <vector>
 
-// Everything below is the library's interface: its types stay visible across the shared
-// library boundary (exceptions are caught by type in the caller).
+// Everything below is the library's interface and stays visible across the shared library
+// boundary: exceptions are caught by type in the caller. The statistics are marked one by one
+// as well, since a compiler may otherwise hide a function whose parameters are of hidden types.
 #pragma GCC visibility push(default)
+#define TESSEL_STATS_EXPORT __attribute__((visibility("default")))
 
 namespace vorlex::orv {
 
@@ -121,122 +123,145 @@ struct dataset<L, sycl::buffer<T, 1>> {
 // Weighted raw power sums of order 1 to 4. Every output after the first may be left out
 // (nullptr, or a buffer of zero elements); at least one output must be given.
 template <method M, typename T, layout L>
-sycl::event raw_sum(sycl::queue& queue, const dataset<L, T*>& data, T* sum, T* sum2, T* sum3,
-                    T* sum4, const std::vector<sycl::event>& dependencies = {});
+TESSEL_STATS_EXPORT sycl::event raw_sum(sycl::queue& queue, const dataset<L, T*>& data, T* sum,
+                                        T* sum2, T* sum3, T* sum4,
+                                        const std::vector<sycl::event>& dependencies = {});
 template <method M, typename T, layout L>
-void raw_sum(sycl::queue& queue, const dataset<L, sycl::buffer<T, 1>>& data, sycl::buffer<T, 1> sum,
-             sycl::buffer<T, 1> sum2, sycl::buffer<T, 1> sum3, sycl::buffer<T, 1> sum4);
+TESSEL_STATS_EXPORT void raw_sum(sycl::queue& queue, const dataset<L, sycl::buffer<T, 1>>& data,
+                                 sycl::buffer<T, 1> sum, sycl::buffer<T, 1> sum2,
+                                 sycl::buffer<T, 1> sum3, sycl::buffer<T, 1> sum4);
 
 // Mean and raw moments of order 2 to 4; outputs as for raw_sum.
 template <method M, typename T, layout L>
-sycl::event raw_moment(sycl::queue& queue, const dataset<L, T*>& data, T* mean, T* raw_moment2,
-                       T* raw_moment3, T* raw_moment4,
-                       const std::vector<sycl::event>& dependencies = {});
+TESSEL_STATS_EXPORT sycl::event raw_moment(sycl::queue& queue, const dataset<L, T*>& data, T* mean,
+                                           T* raw_moment2, T* raw_moment3, T* raw_moment4,
+                                           const std::vector<sycl::event>& dependencies = {});
 template <method M, typename T, layout L>
-void raw_moment(sycl::queue& queue, const dataset<L, sycl::buffer<T, 1>>& data,
-                sycl::buffer<T, 1> mean, sycl::buffer<T, 1> raw_moment2,
-                sycl::buffer<T, 1> raw_moment3, sycl::buffer<T, 1> raw_moment4);
+TESSEL_STATS_EXPORT void raw_moment(sycl::queue& queue, const dataset<L, sycl::buffer<T, 1>>& data,
+                                    sycl::buffer<T, 1> mean, sycl::buffer<T, 1> raw_moment2,
+                                    sycl::buffer<T, 1> raw_moment3, sycl::buffer<T, 1> raw_moment4);
 
 template <method M, typename T, layout L>
-sycl::event mean(sycl::queue& queue, const dataset<L, T*>& data, T* mean,
-                 const std::vector<sycl::event>& dependencies = {});
+TESSEL_STATS_EXPORT sycl::event mean(sycl::queue& queue, const dataset<L, T*>& data, T* mean,
+                                     const std::vector<sycl::event>& dependencies = {});
 template <method M, typename T, layout L>
-void mean(sycl::queue& queue, const dataset<L, sycl::buffer<T, 1>>& data, sycl::buffer<T, 1> mean);
+TESSEL_STATS_EXPORT void mean(sycl::queue& queue, const dataset<L, sycl::buffer<T, 1>>& data,
+                              sycl::buffer<T, 1> mean);
 
 // The statistics below also come with the caller's mean (one element per dimension) as an
 // input; those forms exist for method::fast only.
 
 // Central power sums of order 2 to 4; sum3 and sum4 may be left out.
 template <method M, typename T, layout L>
-sycl::event central_sum(sycl::queue& queue, const dataset<L, T*>& data, T* sum2, T* sum3, T* sum4,
-                        const std::vector<sycl::event>& dependencies = {});
+TESSEL_STATS_EXPORT sycl::event central_sum(sycl::queue& queue, const dataset<L, T*>& data, T* sum2,
+                                            T* sum3, T* sum4,
+                                            const std::vector<sycl::event>& dependencies = {});
 template <method M, typename T, layout L>
-sycl::event central_sum(sycl::queue& queue, T* mean, const dataset<L, T*>& data, T* sum2, T* sum3,
-                        T* sum4, const std::vector<sycl::event>& dependencies = {});
+TESSEL_STATS_EXPORT sycl::event central_sum(sycl::queue& queue, T* mean, const dataset<L, T*>& data,
+                                            T* sum2, T* sum3, T* sum4,
+                                            const std::vector<sycl::event>& dependencies = {});
 template <method M, typename T, layout L>
-void central_sum(sycl::queue& queue, const dataset<L, sycl::buffer<T, 1>>& data,
-                 sycl::buffer<T, 1> sum2, sycl::buffer<T, 1> sum3, sycl::buffer<T, 1> sum4);
+TESSEL_STATS_EXPORT void central_sum(sycl::queue& queue, const dataset<L, sycl::buffer<T, 1>>& data,
+                                     sycl::buffer<T, 1> sum2, sycl::buffer<T, 1> sum3,
+                                     sycl::buffer<T, 1> sum4);
 template <method M, typename T, layout L>
-void central_sum(sycl::queue& queue, sycl::buffer<T, 1> mean,
-                 const dataset<L, sycl::buffer<T, 1>>& data, sycl::buffer<T, 1> sum2,
-                 sycl::buffer<T, 1> sum3, sycl::buffer<T, 1> sum4);
+TESSEL_STATS_EXPORT void central_sum(sycl::queue& queue, sycl::buffer<T, 1> mean,
+                                     const dataset<L, sycl::buffer<T, 1>>& data,
+                                     sycl::buffer<T, 1> sum2, sycl::buffer<T, 1> sum3,
+                                     sycl::buffer<T, 1> sum4);
 
 // Variance (moment2) and central moments of order 3 and 4; moment3 and moment4 may be left out.
 template <method M, typename T, layout L>
-sycl::event central_moment(sycl::queue& queue, const dataset<L, T*>& data, T* moment2, T* moment3,
-                           T* moment4, const std::vector<sycl::event>& dependencies = {});
+TESSEL_STATS_EXPORT sycl::event central_moment(sycl::queue& queue, const dataset<L, T*>& data,
+                                               T* moment2, T* moment3, T* moment4,
+                                               const std::vector<sycl::event>& dependencies = {});
 template <method M, typename T, layout L>
-sycl::event central_moment(sycl::queue& queue, T* mean, const dataset<L, T*>& data, T* moment2,
-                           T* moment3, T* moment4,
-                           const std::vector<sycl::event>& dependencies = {});
+TESSEL_STATS_EXPORT sycl::event central_moment(sycl::queue& queue, T* mean,
+                                               const dataset<L, T*>& data, T* moment2, T* moment3,
+                                               T* moment4,
+                                               const std::vector<sycl::event>& dependencies = {});
 template <method M, typename T, layout L>
-void central_moment(sycl::queue& queue, const dataset<L, sycl::buffer<T, 1>>& data,
-                    sycl::buffer<T, 1> moment2, sycl::buffer<T, 1> moment3,
-                    sycl::buffer<T, 1> moment4);
+TESSEL_STATS_EXPORT void central_moment(sycl::queue& queue,
+                                        const dataset<L, sycl::buffer<T, 1>>& data,
+                                        sycl::buffer<T, 1> moment2, sycl::buffer<T, 1> moment3,
+                                        sycl::buffer<T, 1> moment4);
 template <method M, typename T, layout L>
-void central_moment(sycl::queue& queue, sycl::buffer<T, 1> mean,
-                    const dataset<L, sycl::buffer<T, 1>>& data, sycl::buffer<T, 1> moment2,
-                    sycl::buffer<T, 1> moment3, sycl::buffer<T, 1> moment4);
+TESSEL_STATS_EXPORT void central_moment(sycl::queue& queue, sycl::buffer<T, 1> mean,
+                                        const dataset<L, sycl::buffer<T, 1>>& data,
+                                        sycl::buffer<T, 1> moment2, sycl::buffer<T, 1> moment3,
+                                        sycl::buffer<T, 1> moment4);
 
 template <method M, typename T, layout L>
-sycl::event variation(sycl::queue& queue, const dataset<L, T*>& data, T* variation,
-                      const std::vector<sycl::event>& dependencies = {});
+TESSEL_STATS_EXPORT sycl::event variation(sycl::queue& queue, const dataset<L, T*>& data,
+                                          T* variation,
+                                          const std::vector<sycl::event>& dependencies = {});
 template <method M, typename T, layout L>
-sycl::event variation(sycl::queue& queue, T* mean, const dataset<L, T*>& data, T* variation,
-                      const std::vector<sycl::event>& dependencies = {});
+TESSEL_STATS_EXPORT sycl::event variation(sycl::queue& queue, T* mean, const dataset<L, T*>& data,
+                                          T* variation,
+                                          const std::vector<sycl::event>& dependencies = {});
 template <method M, typename T, layout L>
-void variation(sycl::queue& queue, const dataset<L, sycl::buffer<T, 1>>& data,
-               sycl::buffer<T, 1> variation);
+TESSEL_STATS_EXPORT void variation(sycl::queue& queue, const dataset<L, sycl::buffer<T, 1>>& data,
+                                   sycl::buffer<T, 1> variation);
 template <method M, typename T, layout L>
-void variation(sycl::queue& queue, sycl::buffer<T, 1> mean,
-               const dataset<L, sycl::buffer<T, 1>>& data, sycl::buffer<T, 1> variation);
+TESSEL_STATS_EXPORT void variation(sycl::queue& queue, sycl::buffer<T, 1> mean,
+                                   const dataset<L, sycl::buffer<T, 1>>& data,
+                                   sycl::buffer<T, 1> variation);
 
 template <method M, typename T, layout L>
-sycl::event skewness(sycl::queue& queue, const dataset<L, T*>& data, T* skewness,
-                     const std::vector<sycl::event>& dependencies = {});
+TESSEL_STATS_EXPORT sycl::event skewness(sycl::queue& queue, const dataset<L, T*>& data,
+                                         T* skewness,
+                                         const std::vector<sycl::event>& dependencies = {});
 template <method M, typename T, layout L>
-sycl::event skewness(sycl::queue& queue, T* mean, const dataset<L, T*>& data, T* skewness,
-                     const std::vector<sycl::event>& dependencies = {});
+TESSEL_STATS_EXPORT sycl::event skewness(sycl::queue& queue, T* mean, const dataset<L, T*>& data,
+                                         T* skewness,
+                                         const std::vector<sycl::event>& dependencies = {});
 template <method M, typename T, layout L>
-void skewness(sycl::queue& queue, const dataset<L, sycl::buffer<T, 1>>& data,
-              sycl::buffer<T, 1> skewness);
+TESSEL_STATS_EXPORT void skewness(sycl::queue& queue, const dataset<L, sycl::buffer<T, 1>>& data,
+                                  sycl::buffer<T, 1> skewness);
 template <method M, typename T, layout L>
-void skewness(sycl::queue& queue, sycl::buffer<T, 1> mean,
-              const dataset<L, sycl::buffer<T, 1>>& data, sycl::buffer<T, 1> skewness);
+TESSEL_STATS_EXPORT void skewness(sycl::queue& queue, sycl::buffer<T, 1> mean,
+                                  const dataset<L, sycl::buffer<T, 1>>& data,
+                                  sycl::buffer<T, 1> skewness);
 
 template <method M, typename T, layout L>
-sycl::event kurtosis(sycl::queue& queue, const dataset<L, T*>& data, T* kurtosis,
-                     const std::vector<sycl::event>& dependencies = {});
+TESSEL_STATS_EXPORT sycl::event kurtosis(sycl::queue& queue, const dataset<L, T*>& data,
+                                         T* kurtosis,
+                                         const std::vector<sycl::event>& dependencies = {});
 template <method M, typename T, layout L>
-sycl::event kurtosis(sycl::queue& queue, T* mean, const dataset<L, T*>& data, T* kurtosis,
-                     const std::vector<sycl::event>& dependencies = {});
+TESSEL_STATS_EXPORT sycl::event kurtosis(sycl::queue& queue, T* mean, const dataset<L, T*>& data,
+                                         T* kurtosis,
+                                         const std::vector<sycl::event>& dependencies = {});
 template <method M, typename T, layout L>
-void kurtosis(sycl::queue& queue, const dataset<L, sycl::buffer<T, 1>>& data,
-              sycl::buffer<T, 1> kurtosis);
+TESSEL_STATS_EXPORT void kurtosis(sycl::queue& queue, const dataset<L, sycl::buffer<T, 1>>& data,
+                                  sycl::buffer<T, 1> kurtosis);
 template <method M, typename T, layout L>
-void kurtosis(sycl::queue& queue, sycl::buffer<T, 1> mean,
-              const dataset<L, sycl::buffer<T, 1>>& data, sycl::buffer<T, 1> kurtosis);
+TESSEL_STATS_EXPORT void kurtosis(sycl::queue& queue, sycl::buffer<T, 1> mean,
+                                  const dataset<L, sycl::buffer<T, 1>>& data,
+                                  sycl::buffer<T, 1> kurtosis);
 
 // Extremes, method::fast only; weights play no part.
 template <method M, typename T, layout L>
-sycl::event min(sycl::queue& queue, const dataset<L, T*>& data, T* min,
-                const std::vector<sycl::event>& dependencies = {});
+TESSEL_STATS_EXPORT sycl::event min(sycl::queue& queue, const dataset<L, T*>& data, T* min,
+                                    const std::vector<sycl::event>& dependencies = {});
 template <method M, typename T, layout L>
-void min(sycl::queue& queue, const dataset<L, sycl::buffer<T, 1>>& data, sycl::buffer<T, 1> min);
+TESSEL_STATS_EXPORT void min(sycl::queue& queue, const dataset<L, sycl::buffer<T, 1>>& data,
+                             sycl::buffer<T, 1> min);
 
 template <method M, typename T, layout L>
-sycl::event max(sycl::queue& queue, const dataset<L, T*>& data, T* max,
-                const std::vector<sycl::event>& dependencies = {});
+TESSEL_STATS_EXPORT sycl::event max(sycl::queue& queue, const dataset<L, T*>& data, T* max,
+                                    const std::vector<sycl::event>& dependencies = {});
 template <method M, typename T, layout L>
-void max(sycl::queue& queue, const dataset<L, sycl::buffer<T, 1>>& data, sycl::buffer<T, 1> max);
+TESSEL_STATS_EXPORT void max(sycl::queue& queue, const dataset<L, sycl::buffer<T, 1>>& data,
+                             sycl::buffer<T, 1> max);
 
 template <method M, typename T, layout L>
-sycl::event min_max(sycl::queue& queue, const dataset<L, T*>& data, T* min, T* max,
-                    const std::vector<sycl::event>& dependencies = {});
+TESSEL_STATS_EXPORT sycl::event min_max(sycl::queue& queue, const dataset<L, T*>& data, T* min,
+                                        T* max, const std::vector<sycl::event>& dependencies = {});
 template <method M, typename T, layout L>
-void min_max(sycl::queue& queue, const dataset<L, sycl::buffer<T, 1>>& data, sycl::buffer<T, 1> min,
-             sycl::buffer<T, 1> max);
+TESSEL_STATS_EXPORT void min_max(sycl::queue& queue, const dataset<L, sycl::buffer<T, 1>>& data,
+                                 sycl::buffer<T, 1> min, sycl::buffer<T, 1> max);
 
 }  // namespace vorlex::orv::stats
 
+#undef TESSEL_STATS_EXPORT
 #pragma GCC visibility pop

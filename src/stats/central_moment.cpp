@@ -1,0 +1,53 @@
+#include "stats/central_moment.hpp"
+
+#include "stats/instantiate.hpp"
+
+namespace vorlex::orv::stats {
+
+template <method M, typename T, layout L>
+sycl::event central_moment(sycl::queue& queue, const dataset<L, T*>& data, T* moment2, T* moment3,
+                           T* moment4, const std::vector<sycl::event>& dependencies) {
+  return detail::usm_entry<detail::central_moment_row, M>(queue, detail::no_mean{}, data,
+                                                          dependencies, moment2, moment3, moment4);
+}
+
+template <method M, typename T, layout L>
+void central_moment(sycl::queue& queue, const dataset<L, sycl::buffer<T, 1>>& data,
+                    sycl::buffer<T, 1> moment2, sycl::buffer<T, 1> moment3,
+                    sycl::buffer<T, 1> moment4) {
+  detail::buffer_entry<detail::central_moment_row, M>(queue, detail::no_mean{}, data, moment2,
+                                                      moment3, moment4);
+}
+
+template <method M, typename T, layout L>
+sycl::event central_moment(sycl::queue& queue, T* mean, const dataset<L, T*>& data, T* moment2,
+                           T* moment3, T* moment4, const std::vector<sycl::event>& dependencies) {
+  return detail::usm_entry<detail::central_moment_row, M>(queue, mean, data, dependencies, moment2,
+                                                          moment3, moment4);
+}
+
+template <method M, typename T, layout L>
+void central_moment(sycl::queue& queue, sycl::buffer<T, 1> mean,
+                    const dataset<L, sycl::buffer<T, 1>>& data, sycl::buffer<T, 1> moment2,
+                    sycl::buffer<T, 1> moment3, sycl::buffer<T, 1> moment4) {
+  detail::buffer_entry<detail::central_moment_row, M>(queue, mean, data, moment2, moment3, moment4);
+}
+
+#define TESSEL_STATS_PLAIN(M, T, L)                                                             \
+  template sycl::event central_moment<M, T, L>(sycl::queue&, const dataset<L, T*>&, T*, T*, T*, \
+                                               const std::vector<sycl::event>&);                \
+  template void central_moment<M, T, L>(sycl::queue&, const dataset<L, sycl::buffer<T, 1>>&,    \
+                                        sycl::buffer<T, 1>, sycl::buffer<T, 1>,                 \
+                                        sycl::buffer<T, 1>);
+#define TESSEL_STATS_USER_MEAN(M, T, L)                                                            \
+  template sycl::event central_moment<M, T, L>(sycl::queue&, T*, const dataset<L, T*>&, T*, T*,    \
+                                               T*, const std::vector<sycl::event>&);               \
+  template void central_moment<M, T, L>(sycl::queue&, sycl::buffer<T, 1>,                          \
+                                        const dataset<L, sycl::buffer<T, 1>>&, sycl::buffer<T, 1>, \
+                                        sycl::buffer<T, 1>, sycl::buffer<T, 1>);
+
+TESSEL_STATS_FOR_TYPES_AND_LAYOUTS(TESSEL_STATS_PLAIN, method::fast)
+TESSEL_STATS_FOR_TYPES_AND_LAYOUTS(TESSEL_STATS_PLAIN, method::estimator)
+TESSEL_STATS_FOR_TYPES_AND_LAYOUTS(TESSEL_STATS_USER_MEAN, method::fast)
+
+}  // namespace vorlex::orv::stats

@@ -1,0 +1,46 @@
+#include "stats/kurtosis.hpp"
+
+#include "stats/instantiate.hpp"
+
+namespace vorlex::orv::stats {
+
+template <method M, typename T, layout L>
+sycl::event kurtosis(sycl::queue& queue, const dataset<L, T*>& data, T* kurtosis,
+                     const std::vector<sycl::event>& dependencies) {
+  return detail::usm_entry<detail::kurtosis_row, M>(queue, detail::no_mean{}, data, dependencies,
+                                                    kurtosis);
+}
+
+template <method M, typename T, layout L>
+void kurtosis(sycl::queue& queue, const dataset<L, sycl::buffer<T, 1>>& data,
+              sycl::buffer<T, 1> kurtosis) {
+  detail::buffer_entry<detail::kurtosis_row, M>(queue, detail::no_mean{}, data, kurtosis);
+}
+
+template <method M, typename T, layout L>
+sycl::event kurtosis(sycl::queue& queue, T* mean, const dataset<L, T*>& data, T* kurtosis,
+                     const std::vector<sycl::event>& dependencies) {
+  return detail::usm_entry<detail::kurtosis_row, M>(queue, mean, data, dependencies, kurtosis);
+}
+
+template <method M, typename T, layout L>
+void kurtosis(sycl::queue& queue, sycl::buffer<T, 1> mean,
+              const dataset<L, sycl::buffer<T, 1>>& data, sycl::buffer<T, 1> kurtosis) {
+  detail::buffer_entry<detail::kurtosis_row, M>(queue, mean, data, kurtosis);
+}
+
+#define TESSEL_STATS_PLAIN(M, T, L)                                                    \
+  template sycl::event kurtosis<M, T, L>(sycl::queue&, const dataset<L, T*>&, T*,      \
+                                         const std::vector<sycl::event>&);             \
+  template void kurtosis<M, T, L>(sycl::queue&, const dataset<L, sycl::buffer<T, 1>>&, \
+                                  sycl::buffer<T, 1>);
+#define TESSEL_STATS_USER_MEAN(M, T, L)                                               \
+  template sycl::event kurtosis<M, T, L>(sycl::queue&, T*, const dataset<L, T*>&, T*, \
+                                         const std::vector<sycl::event>&);            \
+  template void kurtosis<M, T, L>(sycl::queue&, sycl::buffer<T, 1>,                   \
+                                  const dataset<L, sycl::buffer<T, 1>>&, sycl::buffer<T, 1>);
+
+TESSEL_STATS_FOR_TYPES_AND_LAYOUTS(TESSEL_STATS_PLAIN, method::fast)
+TESSEL_STATS_FOR_TYPES_AND_LAYOUTS(TESSEL_STATS_USER_MEAN, method::fast)
+
+}  // namespace vorlex::orv::stats

@@ -1,0 +1,20 @@
+// kurtosis: the excess kurtosis.
+#pragma once
+
+#include "stats/entry_frame.hpp"
+#include "stats/row.hpp"
+
+namespace vorlex::orv::stats::detail {
+
+struct kurtosis_row {
+  static constexpr const char* name = "kurtosis";
+  static constexpr output_rule outputs = output_rule::each_required;
+  static constexpr absent_texts absent[] = {{"kurtosis is nullptr", "kurtosis array length is 0"}};
+  static constexpr gpu_engine engine = gpu_engine::moments;
+  template <typename T, bool Usm>
+  using gpu_functor = gpu::kurtosis_func_fast<T, Usm>;
+  template <typename T, bool Usm>
+  using gpu_functor_user_mean = gpu::kurtosis_func_user_mean<T, Usm>;
+};
+
+}  // namespace vorlex::orv::stats::detail

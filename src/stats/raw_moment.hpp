@@ -1,0 +1,19 @@
+// raw_moment: the mean and the raw moments of order 2 to 4.
+#pragma once
+
+#include "stats/entry_frame.hpp"
+#include "stats/row.hpp"
+
+namespace vorlex::orv::stats::detail {
+
+struct raw_moment_row {
+  static constexpr const char* name = "raw_moment";
+  static constexpr output_rule outputs = output_rule::later_optional;
+  static constexpr absent_texts absent[] = {
+      {"all moments are nullptr", "all moments arrays length is 0"}};
+  static constexpr gpu_engine engine = gpu_engine::moments;
+  template <typename T, bool Usm>
+  using gpu_functor = gpu::raw_moment_func_fast<T, Usm>;
+};
+
+}  // namespace vorlex::orv::stats::detail

@@ -1,0 +1,21 @@
+// variation: the coefficient of variation.
+#pragma once
+
+#include "stats/entry_frame.hpp"
+#include "stats/row.hpp"
+
+namespace vorlex::orv::stats::detail {
+
+struct variation_row {
+  static constexpr const char* name = "variation";
+  static constexpr output_rule outputs = output_rule::each_required;
+  static constexpr absent_texts absent[] = {
+      {"variation is nullptr", "variation array length is 0"}};
+  static constexpr gpu_engine engine = gpu_engine::moments;
+  template <typename T, bool Usm>
+  using gpu_functor = gpu::variation_func_fast<T, Usm>;
+  template <typename T, bool Usm>
+  using gpu_functor_user_mean = gpu::variation_func_user_mean<T, Usm>;
+};
+
+}  // namespace vorlex::orv::stats::detail
