@@ -49,7 +49,9 @@ namespace detail {
 template <access_mode Mode, target Target>
 struct access_tag {};
 
-constexpr bool writes(access_mode mode) { return mode != access_mode::read; }
+constexpr bool writes(access_mode mode) {
+  return mode != access_mode::read;
+}
 constexpr bool reads(access_mode mode) {
   return mode != access_mode::write && mode != access_mode::discard_write &&
          mode != access_mode::discard_read_write;

@@ -170,7 +170,9 @@ class accessor {
   TESSEL_DEVICE_CALLABLE const_iterator cbegin() const noexcept { return begin(); }
   TESSEL_DEVICE_CALLABLE const_iterator cend() const noexcept { return end(); }
 
-  friend bool operator==(const accessor& a, const accessor& b) { return a.state_.tag == b.state_.tag; }
+  friend bool operator==(const accessor& a, const accessor& b) {
+    return a.state_.tag == b.state_.tag;
+  }
   friend bool operator!=(const accessor& a, const accessor& b) { return !(a == b); }
 
  private:
@@ -186,7 +188,8 @@ class accessor {
     state_.count = r[0];
     state_.mode = AccessMode;
     state_.placeholder = cgh == nullptr;
-    if (cgh != nullptr) detail::add_requirement(*cgh, state_);
+    if (cgh != nullptr)
+      detail::add_requirement(*cgh, state_);
   }
   TESSEL_DEVICE_CALLABLE value_type* base() const noexcept {
     return static_cast<value_type*>(state_.data);
@@ -200,7 +203,8 @@ class accessor {
 
 template <typename T, int D, typename A, typename... Rest>
 accessor(buffer<T, D, A>&, Rest&&...)
-    -> accessor<T, D, detail::tag_mode<T, detail::default_access_mode<T>, std::decay_t<Rest>...>::value,
+    -> accessor<T, D,
+                detail::tag_mode<T, detail::default_access_mode<T>, std::decay_t<Rest>...>::value,
                 detail::tag_target<target::device, std::decay_t<Rest>...>::value>;
 
 template <typename DataT, int Dimensions = 1,
@@ -225,8 +229,7 @@ class host_accessor {
   host_accessor(buffer_type<T, A>& buf, const property_list& = {}) {
     init(buf, buf.get_range(), {});
   }
-  template <typename T, typename A, target Target,
-            typename = detail::enable_if_buffer_of<T, DataT>>
+  template <typename T, typename A, target Target, typename = detail::enable_if_buffer_of<T, DataT>>
   host_accessor(buffer_type<T, A>& buf, detail::access_tag<AccessMode, Target>,
                 const property_list& = {}) {
     init(buf, buf.get_range(), {});
@@ -235,10 +238,9 @@ class host_accessor {
   host_accessor(buffer_type<T, A>& buf, range<Dimensions> r, const property_list& = {}) {
     init(buf, r, {});
   }
-  template <typename T, typename A, target Target,
-            typename = detail::enable_if_buffer_of<T, DataT>>
-  host_accessor(buffer_type<T, A>& buf, range<Dimensions> r,
-                detail::access_tag<AccessMode, Target>, const property_list& = {}) {
+  template <typename T, typename A, target Target, typename = detail::enable_if_buffer_of<T, DataT>>
+  host_accessor(buffer_type<T, A>& buf, range<Dimensions> r, detail::access_tag<AccessMode, Target>,
+                const property_list& = {}) {
     init(buf, r, {});
   }
   template <typename T, typename A, typename = detail::enable_if_buffer_of<T, DataT>>
@@ -246,8 +248,7 @@ class host_accessor {
                 const property_list& = {}) {
     init(buf, r, offset);
   }
-  template <typename T, typename A, target Target,
-            typename = detail::enable_if_buffer_of<T, DataT>>
+  template <typename T, typename A, target Target, typename = detail::enable_if_buffer_of<T, DataT>>
   host_accessor(buffer_type<T, A>& buf, range<Dimensions> r, id<Dimensions> offset,
                 detail::access_tag<AccessMode, Target>, const property_list& = {}) {
     init(buf, r, offset);
@@ -291,7 +292,7 @@ class host_accessor {
 };
 
 template <typename T, int D, typename A, typename... Rest>
-host_accessor(buffer<T, D, A>&, Rest&&...)
-    -> host_accessor<T, D, detail::tag_mode<T, detail::default_access_mode<T>, std::decay_t<Rest>...>::value>;
+host_accessor(buffer<T, D, A>&, Rest&&...) -> host_accessor<
+    T, D, detail::tag_mode<T, detail::default_access_mode<T>, std::decay_t<Rest>...>::value>;
 
 }  // namespace sycl

@@ -55,9 +55,9 @@ TESSEL_SYCL_API platform make_platform(std::uintptr_t native_platform);
 TESSEL_SYCL_API device make_device(const platform& p, std::uintptr_t native_device);
 TESSEL_SYCL_API context make_context(const std::vector<device>& devices,
                                      std::uintptr_t native_context, bool keep_ownership = false);
-TESSEL_SYCL_API queue make_queue(const context& ctx, const device& d,
-                                 std::uintptr_t native_queue, bool is_immediate,
-                                 bool keep_ownership, const property_list& props = {});
+TESSEL_SYCL_API queue make_queue(const context& ctx, const device& d, std::uintptr_t native_queue,
+                                 bool is_immediate, bool keep_ownership,
+                                 const property_list& props = {});
 TESSEL_SYCL_API queue make_queue(const context& ctx, std::uintptr_t native_queue,
                                  bool keep_ownership = false);
 TESSEL_SYCL_API event make_event(const context& ctx, std::uintptr_t native_event,

@@ -50,8 +50,9 @@ TESSEL_SYCL_API void buffer_set_write_back(buffer_impl& b, bool write_back) noex
 template <typename Container, typename = void>
 struct is_contiguous_container : std::false_type {};
 template <typename Container>
-struct is_contiguous_container<Container, std::void_t<decltype(std::data(std::declval<Container&>())),
-                                                      decltype(std::size(std::declval<Container&>()))>>
+struct is_contiguous_container<Container,
+                               std::void_t<decltype(std::data(std::declval<Container&>())),
+                                           decltype(std::size(std::declval<Container&>()))>>
     : std::true_type {};
 }  // namespace detail
 
@@ -120,7 +121,8 @@ class buffer {
 
   // Null stops the write-back; a pointer redirects it.
   void set_final_data(std::nullptr_t) { detail::buffer_set_final_data(*impl_, nullptr); }
-  template <typename Destination, typename = std::enable_if_t<std::is_convertible_v<Destination*, T*>>>
+  template <typename Destination,
+            typename = std::enable_if_t<std::is_convertible_v<Destination*, T*>>>
   void set_final_data(Destination* destination) {
     detail::buffer_set_final_data(*impl_, const_cast<std::remove_const_t<T>*>(destination));
   }

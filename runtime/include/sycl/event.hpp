@@ -44,7 +44,7 @@ class TESSEL_SYCL_API event {
 };
 
 template <>
-TESSEL_SYCL_API info::event_command_status
-event::get_info<info::event::command_execution_status>() const;
+TESSEL_SYCL_API info::event_command_status event::get_info<info::event::command_execution_status>()
+    const;
 
 }  // namespace sycl

@@ -106,9 +106,9 @@ class TESSEL_SYCL_API handler {
   template <typename Task>
   void host_task(Task&& task) {
     using task_type = std::decay_t<Task>;
-    static_assert(std::is_invocable_v<task_type&> ||
-                      std::is_invocable_v<task_type&, interop_handle>,
-                  "a host task takes no argument or an interop_handle");
+    static_assert(
+        std::is_invocable_v<task_type&> || std::is_invocable_v<task_type&, interop_handle>,
+        "a host task takes no argument or an interop_handle");
     set_host_task(detail::erased_object::make<task_type>(std::forward<Task>(task)),
                   &detail::invoke_host_task<task_type>);
   }
@@ -159,6 +159,7 @@ class TESSEL_SYCL_API handler {
 
  private:
   friend class detail::handler_impl;
+  friend void detail::add_requirement(handler& cgh, const detail::accessor_state& acc);
   friend std::size_t detail::reserve_local_memory(handler& cgh, std::size_t bytes,
                                                   std::size_t alignment);
 

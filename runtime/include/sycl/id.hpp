@@ -14,7 +14,8 @@ template <int Dimensions, bool WithOffset>
 class item;
 
 template <int Dimensions = 1>
-class id : public detail::index_array<id<Dimensions>, Dimensions> {
+class id : public detail::index_array<id<Dimensions>, Dimensions>,
+           public detail::size_conversion<id<Dimensions>, Dimensions> {
  public:
   static constexpr int dimensions = Dimensions;
 
@@ -24,18 +25,15 @@ class id : public detail::index_array<id<Dimensions>, Dimensions> {
                                         (std::is_convertible_v<Indices, std::size_t> && ...)>>
   TESSEL_DEVICE_CALLABLE id(Indices... indices) {
     std::size_t v[] = {static_cast<std::size_t>(indices)...};
-    for (int d = 0; d < Dimensions; ++d) this->values_[d] = v[d];
+    for (int d = 0; d < Dimensions; ++d)
+      this->values_[d] = v[d];
   }
   TESSEL_DEVICE_CALLABLE id(const range<Dimensions>& r) {
-    for (int d = 0; d < Dimensions; ++d) this->values_[d] = r[d];
+    for (int d = 0; d < Dimensions; ++d)
+      this->values_[d] = r[d];
   }
   template <bool WithOffset>
   TESSEL_DEVICE_CALLABLE id(const item<Dimensions, WithOffset>& it) : id(it.get_id()) {}
-
-  template <int D = Dimensions, typename = std::enable_if_t<D == 1>>
-  TESSEL_DEVICE_CALLABLE operator std::size_t() const {
-    return this->values_[0];
-  }
 };
 
 id(std::size_t)->id<1>;

@@ -5,6 +5,7 @@
 #include <type_traits>
 
 #include "sycl/defines.hpp"
+#include "sycl/detail/index_array.hpp"
 #include "sycl/id.hpp"
 #include "sycl/range.hpp"
 
@@ -14,7 +15,7 @@ struct item_factory;
 }
 
 template <int Dimensions = 1, bool WithOffset = true>
-class item {
+class item : public detail::size_conversion<item<Dimensions, WithOffset>, Dimensions> {
  public:
   static constexpr int dimensions = Dimensions;
 
@@ -31,17 +32,14 @@ class item {
   }
   TESSEL_DEVICE_CALLABLE std::size_t get_linear_id() const {
     std::size_t linear = 0;
-    for (int d = 0; d < Dimensions; ++d) linear = linear * range_[d] + (id_[d] - offset_[d]);
+    for (int d = 0; d < Dimensions; ++d)
+      linear = linear * range_[d] + (id_[d] - offset_[d]);
     return linear;
   }
 
   template <bool B = WithOffset, typename = std::enable_if_t<!B>>
   TESSEL_DEVICE_CALLABLE operator item<Dimensions, !B>() const {
     return item<Dimensions, !B>(range_, id_, offset_);
-  }
-  template <int D = Dimensions, typename = std::enable_if_t<D == 1>>
-  TESSEL_DEVICE_CALLABLE operator std::size_t() const {
-    return id_[0];
   }
 
   TESSEL_DEVICE_CALLABLE friend bool operator==(const item& a, const item& b) {

@@ -92,8 +92,7 @@ class multi_ptr {
   TESSEL_DEVICE_CALLABLE friend multi_ptr operator-(multi_ptr p, difference_type n) {
     return p -= n;
   }
-  TESSEL_DEVICE_CALLABLE friend difference_type operator-(const multi_ptr& a,
-                                                          const multi_ptr& b) {
+  TESSEL_DEVICE_CALLABLE friend difference_type operator-(const multi_ptr& a, const multi_ptr& b) {
     return a.ptr_ - b.ptr_;
   }
 

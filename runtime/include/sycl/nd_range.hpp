@@ -22,7 +22,8 @@ class nd_range {
   // launch checks.
   TESSEL_DEVICE_CALLABLE range<Dimensions> get_group_range() const {
     range<Dimensions> groups = global_;
-    for (int d = 0; d < Dimensions; ++d) groups[d] = local_[d] == 0 ? 0 : global_[d] / local_[d];
+    for (int d = 0; d < Dimensions; ++d)
+      groups[d] = local_[d] == 0 ? 0 : global_[d] / local_[d];
     return groups;
   }
   TESSEL_DEVICE_CALLABLE id<Dimensions> get_offset() const { return offset_; }

@@ -27,11 +27,11 @@
 #include "sycl/usm.hpp"
 
 // Device-side API.
-#include "sycl/nd_item.hpp"
+#include "sycl/atomic_fence.hpp"
+#include "sycl/device_event.hpp"
+#include "sycl/functional.hpp"
 #include "sycl/group.hpp"
 #include "sycl/group_algorithm.hpp"
-#include "sycl/functional.hpp"
-#include "sycl/device_event.hpp"
 #include "sycl/local_accessor.hpp"
 #include "sycl/math.hpp"
-#include "sycl/atomic_fence.hpp"
+#include "sycl/nd_item.hpp"

@@ -23,8 +23,8 @@ TESSEL_SYCL_API void* malloc_device(std::size_t bytes, const queue& q,
 TESSEL_SYCL_API void* aligned_alloc_device(std::size_t alignment, std::size_t bytes,
                                            const device& d, const context& ctx,
                                            const property_list& props = {});
-TESSEL_SYCL_API void* aligned_alloc_device(std::size_t alignment, std::size_t bytes,
-                                           const queue& q, const property_list& props = {});
+TESSEL_SYCL_API void* aligned_alloc_device(std::size_t alignment, std::size_t bytes, const queue& q,
+                                           const property_list& props = {});
 
 TESSEL_SYCL_API void* malloc_host(std::size_t bytes, const context& ctx,
                                   const property_list& props = {});
@@ -32,8 +32,8 @@ TESSEL_SYCL_API void* malloc_host(std::size_t bytes, const queue& q,
                                   const property_list& props = {});
 TESSEL_SYCL_API void* aligned_alloc_host(std::size_t alignment, std::size_t bytes,
                                          const context& ctx, const property_list& props = {});
-TESSEL_SYCL_API void* aligned_alloc_host(std::size_t alignment, std::size_t bytes,
-                                         const queue& q, const property_list& props = {});
+TESSEL_SYCL_API void* aligned_alloc_host(std::size_t alignment, std::size_t bytes, const queue& q,
+                                         const property_list& props = {});
 
 TESSEL_SYCL_API void* malloc_shared(std::size_t bytes, const device& d, const context& ctx,
                                     const property_list& props = {});
@@ -42,8 +42,8 @@ TESSEL_SYCL_API void* malloc_shared(std::size_t bytes, const queue& q,
 TESSEL_SYCL_API void* aligned_alloc_shared(std::size_t alignment, std::size_t bytes,
                                            const device& d, const context& ctx,
                                            const property_list& props = {});
-TESSEL_SYCL_API void* aligned_alloc_shared(std::size_t alignment, std::size_t bytes,
-                                           const queue& q, const property_list& props = {});
+TESSEL_SYCL_API void* aligned_alloc_shared(std::size_t alignment, std::size_t bytes, const queue& q,
+                                           const property_list& props = {});
 
 TESSEL_SYCL_API void* malloc(std::size_t bytes, const device& d, const context& ctx,
                              usm::alloc kind, const property_list& props = {});
@@ -74,8 +74,8 @@ TESSEL_SYCL_API void* typed_alloc(std::size_t alignment, std::size_t count, std:
 template <typename T>
 T* malloc_device(std::size_t count, const device& d, const context& ctx,
                  const property_list& = {}) {
-  return static_cast<T*>(detail::typed_alloc(alignof(T), count, sizeof(T), &d, ctx,
-                                             usm::alloc::device));
+  return static_cast<T*>(
+      detail::typed_alloc(alignof(T), count, sizeof(T), &d, ctx, usm::alloc::device));
 }
 template <typename T>
 T* malloc_device(std::size_t count, const queue& q, const property_list& props = {}) {
@@ -93,8 +93,8 @@ T* malloc_host(std::size_t count, const queue& q, const property_list& props = {
 template <typename T>
 T* malloc_shared(std::size_t count, const device& d, const context& ctx,
                  const property_list& = {}) {
-  return static_cast<T*>(detail::typed_alloc(alignof(T), count, sizeof(T), &d, ctx,
-                                             usm::alloc::shared));
+  return static_cast<T*>(
+      detail::typed_alloc(alignof(T), count, sizeof(T), &d, ctx, usm::alloc::shared));
 }
 template <typename T>
 T* malloc_shared(std::size_t count, const queue& q, const property_list& props = {}) {

@@ -18,11 +18,11 @@ namespace detail {
 class buffer_impl;
 
 struct accessor_state {
-  void* data = nullptr;     // element 0 of the buffer, not of the accessed range
-  std::uint64_t tag = 0;    // unique to one accessor construction
+  void* data = nullptr;   // element 0 of the buffer, not of the accessed range
+  std::uint64_t tag = 0;  // unique to one accessor construction
   buffer_impl* buffer = nullptr;
-  std::size_t offset = 0;   // first element of the accessed range
-  std::size_t count = 0;    // elements in the accessed range
+  std::size_t offset = 0;  // first element of the accessed range
+  std::size_t count = 0;   // elements in the accessed range
   access_mode mode = access_mode::read_write;
   bool placeholder = false;
 };

@@ -36,7 +36,8 @@ class erased_object {
 
  private:
   void reset() noexcept {
-    if (ptr_ != nullptr) destroy_(ptr_);
+    if (ptr_ != nullptr)
+      destroy_(ptr_);
     ptr_ = nullptr;
   }
 

@@ -18,7 +18,8 @@ class index_array {
 
   TESSEL_DEVICE_CALLABLE friend bool operator==(const Derived& a, const Derived& b) {
     for (int d = 0; d < Dimensions; ++d) {
-      if (a.values_[d] != b.values_[d]) return false;
+      if (a.values_[d] != b.values_[d])
+        return false;
     }
     return true;
   }
@@ -26,29 +27,34 @@ class index_array {
     return !(a == b);
   }
 
-#define TESSEL_SYCL_INDEX_OPERATOR(op)                                                 \
+#define TESSEL_SYCL_INDEX_OPERATOR(op)                                                    \
   TESSEL_DEVICE_CALLABLE friend Derived operator op(const Derived& a, const Derived& b) { \
-    Derived r = a;                                                                      \
-    for (int d = 0; d < Dimensions; ++d) r.values_[d] = a.values_[d] op b.values_[d];  \
-    return r;                                                                           \
-  }                                                                                     \
-  TESSEL_DEVICE_CALLABLE friend Derived operator op(const Derived& a, std::size_t s) {  \
-    Derived r = a;                                                                      \
-    for (int d = 0; d < Dimensions; ++d) r.values_[d] = a.values_[d] op s;              \
-    return r;                                                                           \
-  }                                                                                     \
-  TESSEL_DEVICE_CALLABLE friend Derived operator op(std::size_t s, const Derived& a) {  \
-    Derived r = a;                                                                      \
-    for (int d = 0; d < Dimensions; ++d) r.values_[d] = s op a.values_[d];              \
-    return r;                                                                           \
-  }                                                                                     \
-  TESSEL_DEVICE_CALLABLE friend Derived& operator op##=(Derived & a, const Derived& b) { \
-    for (int d = 0; d < Dimensions; ++d) a.values_[d] = a.values_[d] op b.values_[d];  \
-    return a;                                                                           \
-  }                                                                                     \
-  TESSEL_DEVICE_CALLABLE friend Derived& operator op##=(Derived & a, std::size_t s) {   \
-    for (int d = 0; d < Dimensions; ++d) a.values_[d] = a.values_[d] op s;              \
-    return a;                                                                           \
+    Derived r = a;                                                                        \
+    for (int d = 0; d < Dimensions; ++d)                                                  \
+      r.values_[d] = a.values_[d] op b.values_[d];                                        \
+    return r;                                                                             \
+  }                                                                                       \
+  TESSEL_DEVICE_CALLABLE friend Derived operator op(const Derived& a, std::size_t s) {    \
+    Derived r = a;                                                                        \
+    for (int d = 0; d < Dimensions; ++d)                                                  \
+      r.values_[d] = a.values_[d] op s;                                                   \
+    return r;                                                                             \
+  }                                                                                       \
+  TESSEL_DEVICE_CALLABLE friend Derived operator op(std::size_t s, const Derived& a) {    \
+    Derived r = a;                                                                        \
+    for (int d = 0; d < Dimensions; ++d)                                                  \
+      r.values_[d] = s op a.values_[d];                                                   \
+    return r;                                                                             \
+  }                                                                                       \
+  TESSEL_DEVICE_CALLABLE friend Derived& operator op##=(Derived& a, const Derived& b) {   \
+    for (int d = 0; d < Dimensions; ++d)                                                  \
+      a.values_[d] = a.values_[d] op b.values_[d];                                        \
+    return a;                                                                             \
+  }                                                                                       \
+  TESSEL_DEVICE_CALLABLE friend Derived& operator op##=(Derived& a, std::size_t s) {      \
+    for (int d = 0; d < Dimensions; ++d)                                                  \
+      a.values_[d] = a.values_[d] op s;                                                   \
+    return a;                                                                             \
   }
 
   TESSEL_SYCL_INDEX_OPERATOR(+)
@@ -60,6 +66,17 @@ class index_array {
 
  protected:
   std::size_t values_[Dimensions] = {};
+};
+
+// One-dimensional ids and items convert to their one index; a plain
+// (non-template) conversion function, so that they index raw pointers.
+template <typename Derived, int Dimensions>
+struct size_conversion {};
+template <typename Derived>
+struct size_conversion<Derived, 1> {
+  TESSEL_DEVICE_CALLABLE operator std::size_t() const {
+    return static_cast<const Derived&>(*this)[0];
+  }
 };
 
 }  // namespace sycl::detail

@@ -21,18 +21,35 @@ using nd_kernel_invoker = void (*)(const void* kernel, const sycl::nd_item<1>& i
 // id that the kernel takes.
 using range_kernel_invoker = void (*)(const void* kernel, std::size_t index, std::size_t size);
 
+// One buffer that a kernel reaches through an accessor. A backend that runs
+// kernels in memory of its own finds the accessor in its copy of the kernel
+// object by the tag (detail/accessor_state.hpp) and points it at that memory.
+struct requirement {
+  std::uint64_t tag = 0;
+  void* host_data = nullptr;  // the buffer's storage, element 0
+  std::size_t bytes = 0;      // of the whole buffer
+  bool reads = false;
+  bool writes = false;
+};
+
 struct nd_range_launch {
   std::size_t global_size = 0;
   std::size_t local_size = 0;
   std::size_t local_mem_bytes = 0;  // reserved by the command group's local_accessors
   const void* kernel = nullptr;     // the command's own copy of the kernel object
   nd_kernel_invoker invoke = nullptr;
+  std::size_t kernel_size = 0;                // bytes of *kernel
+  const requirement* requirements = nullptr;  // requirement_count of them
+  std::size_t requirement_count = 0;
 };
 
 struct range_launch {
   std::size_t size = 0;
   const void* kernel = nullptr;
   range_kernel_invoker invoke = nullptr;
+  std::size_t kernel_size = 0;
+  const requirement* requirements = nullptr;
+  std::size_t requirement_count = 0;
 };
 
 struct device_limits {

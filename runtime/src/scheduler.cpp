@@ -1,0 +1,140 @@
+#include "scheduler.hpp"
+
+#include <algorithm>
+#include <cstdlib>
+#include <exception>
+
+#include "queue_impl.hpp"
+
+namespace sycl::detail {
+
+using status = info::event_command_status;
+
+scheduler& scheduler::get() {
+  static scheduler* const instance = [] {
+    auto* s = new scheduler;
+    std::atexit([] { get().drain(); });
+    return s;
+  }();
+  return *instance;
+}
+
+void scheduler::add_dependency(const std::shared_ptr<event_impl>& cmd,
+                               const std::shared_ptr<event_impl>& dep) {
+  if (!dep || dep == cmd || dep->status_ == status::complete)
+    return;
+  dep->successors_.push_back(cmd);
+  ++cmd->pending_;
+}
+
+void scheduler::submit(const std::shared_ptr<event_impl>& cmd,
+                       const std::vector<std::shared_ptr<event_impl>>& deps,
+                       const std::vector<buffer_access>& accesses) {
+  bool ready = false;
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    ++in_flight_;
+    for (const auto& d : deps)
+      add_dependency(cmd, d);
+    for (const auto& access : accesses) {
+      access_history& h = *access.history;
+      add_dependency(cmd, h.last_writer);
+      if (access.writes) {
+        for (const auto& r : h.readers)
+          add_dependency(cmd, r);
+        h.readers.clear();
+        h.last_writer = cmd;
+      } else {
+        h.readers.erase(
+            std::remove_if(h.readers.begin(), h.readers.end(),
+                           [](const auto& r) { return r->status_ == status::complete; }),
+            h.readers.end());
+        h.readers.push_back(cmd);
+      }
+    }
+    ready = cmd->pending_ == 0;
+  }
+  if (ready)
+    dispatch({cmd});
+}
+
+void scheduler::wait(const std::shared_ptr<event_impl>& e) {
+  std::unique_lock<std::mutex> lock(mutex_);
+  e->done_.wait(lock, [&] { return e->status_ == status::complete; });
+}
+
+std::vector<std::shared_ptr<event_impl>> scheduler::users(access_history& history) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  std::vector<std::shared_ptr<event_impl>> found = history.readers;
+  if (history.last_writer)
+    found.push_back(history.last_writer);
+  return found;
+}
+
+std::shared_ptr<event_impl> scheduler::begin_host_access(access_history& history, bool writes) {
+  auto e = std::make_shared<event_impl>(event_impl::host_access_tag{});
+  submit(e, {}, {{&history, writes}});
+  std::unique_lock<std::mutex> lock(mutex_);
+  e->done_.wait(lock, [&] { return e->status_ != status::submitted; });
+  return e;
+}
+
+void scheduler::end_host_access(const std::shared_ptr<event_impl>& e) {
+  complete(e);
+}
+
+void scheduler::drain() {
+  std::unique_lock<std::mutex> lock(mutex_);
+  drained_.wait(lock, [&] { return in_flight_ == 0; });
+}
+
+void scheduler::dispatch(const std::vector<std::shared_ptr<event_impl>>& ready) {
+  for (const auto& e : ready) {
+    if (e->host_access_) {
+      std::lock_guard<std::mutex> lock(mutex_);
+      e->status_ = status::running;
+      e->done_.notify_all();
+    } else {
+      pool_.push([this, e] { execute(e); });
+    }
+  }
+}
+
+void scheduler::execute(const std::shared_ptr<event_impl>& e) {
+  e->status_ = status::running;
+  if (e->action_) {
+    try {
+      e->action_->run();
+    } catch (...) {
+      if (e->error_sink_)
+        e->error_sink_->report(std::current_exception());
+    }
+  }
+  // Let go of the command's captures and of its queue before anyone learns
+  // that it is complete: a queue whose last handle goes after a wait hands
+  // its errors over there and then, not later on this thread. Only this
+  // thread touches these members once the command runs.
+  e->action_.reset();
+  e->error_sink_.reset();
+  e->buffers_.clear();
+  complete(e);
+}
+
+void scheduler::complete(const std::shared_ptr<event_impl>& e) {
+  std::vector<std::shared_ptr<event_impl>> ready;
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    e->status_ = status::complete;
+    for (const auto& s : e->successors_) {
+      if (--s->pending_ == 0)
+        ready.push_back(s);
+    }
+    e->successors_.clear();
+    e->done_.notify_all();
+    if (--in_flight_ == 0)
+      drained_.notify_all();
+  }
+  dispatch(ready);
+}
+
+}  // namespace sycl::detail

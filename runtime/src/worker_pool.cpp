@@ -1,0 +1,48 @@
+#include "worker_pool.hpp"
+
+#include <utility>
+
+namespace sycl::detail {
+
+worker_pool::~worker_pool() {
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    stopping_ = true;
+  }
+  wake_.notify_all();
+  for (auto& t : threads_)
+    t.join();
+}
+
+void worker_pool::push(std::function<void()> task) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  tasks_.push_back(std::move(task));
+  // Threads that were woken or made but have not yet taken a task will
+  // each take one, so compare with the queue's length rather than with zero.
+  if (tasks_.size() > idle_ + starting_ && threads_.size() < max_threads) {
+    ++starting_;
+    threads_.emplace_back([this] { loop(); });
+  } else {
+    wake_.notify_one();
+  }
+}
+
+void worker_pool::loop() {
+  std::unique_lock<std::mutex> lock(mutex_);
+  --starting_;
+  for (;;) {
+    ++idle_;
+    wake_.wait(lock, [this] { return stopping_ || !tasks_.empty(); });
+    --idle_;
+    if (tasks_.empty())
+      return;  // stopping, and nothing left to run
+    std::function<void()> task = std::move(tasks_.front());
+    tasks_.pop_front();
+    lock.unlock();
+    task();
+    task = nullptr;  // what the task held goes before the lock is taken again
+    lock.lock();
+  }
+}
+
+}  // namespace sycl::detail

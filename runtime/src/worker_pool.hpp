@@ -1,0 +1,41 @@
+// Threads that run ready commands. A command may block for as long as it
+// likes (a host task waiting for something outside the runtime): a task that
+// finds no idle thread gets a new one, so ready commands never wait behind a
+// blocked one (up to max_threads; beyond that, tasks queue).
+#pragma once
+
+#include <condition_variable>
+#include <cstddef>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace sycl::detail {
+
+class worker_pool {
+ public:
+  worker_pool() = default;
+  worker_pool(const worker_pool&) = delete;
+  worker_pool& operator=(const worker_pool&) = delete;
+  // Runs the tasks still queued, then joins the threads.
+  ~worker_pool();
+
+  void push(std::function<void()> task);
+
+  static constexpr std::size_t max_threads = 256;
+
+ private:
+  void loop();
+
+  std::mutex mutex_;
+  std::condition_variable wake_;
+  std::deque<std::function<void()>> tasks_;
+  std::vector<std::thread> threads_;
+  std::size_t idle_ = 0;      // waiting for a task
+  std::size_t starting_ = 0;  // made, not yet waiting
+  bool stopping_ = false;
+};
+
+}  // namespace sycl::detail
