@@ -13,11 +13,12 @@ namespace {
 
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
-quad q(double x) { return x; }
+quad q(double x) { return static_cast<quad>(x); }
 
 // Exact to the last bit of a double: the reference must be far better than that.
-void expect_exact(quad computed, quad expected) {
-  EXPECT_TRUE(near_reference(static_cast<double>(computed), expected, 0.5))
+template <class Expected>
+void expect_exact(quad computed, Expected expected) {
+  EXPECT_TRUE(near_reference(static_cast<double>(computed), static_cast<quad>(expected), 0.5))
       << to_string(computed);
 }
 
@@ -138,17 +139,17 @@ TEST(Reference, CentralSumsIgnoreALargeOffset) {
   const auto base = compute_reference(matrix_input<double>{x.data(), 1, x.size()})[0];
   for (double& v : x) v += 0x1p20;  // exact, since v has no bits below 2^-30
   const auto shifted = compute_reference(matrix_input<double>{x.data(), 1, x.size()})[0];
-  const quad tiny = q(1e-25);
+  const double tiny = 1e-25;
   EXPECT_LT(std::fabs(static_cast<double>((shifted.C2 - base.C2) / base.C2)), tiny);
   EXPECT_LT(std::fabs(static_cast<double>((shifted.C3 - base.C3) / base.C3)), tiny);
   EXPECT_LT(std::fabs(static_cast<double>((shifted.C4 - base.C4) / base.C4)), tiny);
-  expect_exact(shifted.mean, base.mean + 0x1p20);
+  expect_exact(shifted.mean, base.mean + q(0x1p20));
 }
 
 TEST(Reference, SquareRootInQuadPrecision) {
   for (double x : {2.0, 3.0, 1e-300, 7e300}) {
-    const quad r = sqrt_quad(x);
-    const quad error = (r * r - x) / x;
+    const quad r = sqrt_quad(q(x));
+    const quad error = (r * r - q(x)) / q(x);
     EXPECT_LT(std::fabs(static_cast<double>(error)), 1e-32) << x;
   }
   const quad huge = q(1e300) * q(1e300) * 4;  // beyond double range
@@ -162,7 +163,7 @@ TEST(Reference, ComparisonHonoursItsTolerance) {
   EXPECT_TRUE(near_reference(1.0 + 4 * eps, 1, 4));
   EXPECT_FALSE(near_reference(1.0 + 4 * eps, 1, 3));
   EXPECT_FALSE(near_reference(1e-20, 0, 1e6));
-  EXPECT_TRUE(near_reference(1e-20, 0, 1, 1e-4));
+  EXPECT_TRUE(near_reference(1e-20, 0, 1, q(1e-4)));
   EXPECT_TRUE(near_reference(1.0f + 1e-7f, 1, 1));
   EXPECT_FALSE(near_reference(1.0f + 1e-6f, 1, 4));
   EXPECT_TRUE(near_reference(nan, q(nan), 1));

@@ -15,17 +15,17 @@ quad abs_quad(quad x) { return x < 0 ? -x : x; }
 template <class T>
 quad weight_of(const T* weights, std::size_t i) {
   if (weights == nullptr || !(weights[i] > 0)) return 1;
-  return weights[i];
+  return static_cast<quad>(weights[i]);
 }
 
 }  // namespace
 
 quad sqrt_quad(quad x) {
-  if (is_nan(x) || x < 0) return std::numeric_limits<double>::quiet_NaN();
+  if (is_nan(x) || x < 0) return static_cast<quad>(std::numeric_limits<double>::quiet_NaN());
   if (x == 0 || is_inf(x)) return x;
   // Bring x into double's comfortable range by exact powers of two, take the double root, and
   // refine: each Newton step doubles the correct bits (53 -> 106 -> beyond 113).
-  const quad big = 0x1p512;
+  const quad big = static_cast<quad>(0x1p512);
   quad scale = 1;
   while (x > big) {
     x /= big * big;
@@ -35,7 +35,7 @@ quad sqrt_quad(quad x) {
     x *= big * big;
     scale /= big;
   }
-  quad y = std::sqrt(static_cast<double>(x));
+  quad y = static_cast<quad>(std::sqrt(static_cast<double>(x)));
   for (int step = 0; step < 2; ++step) y = (y + x / y) / 2;
   return y * scale;
 }
@@ -56,10 +56,10 @@ std::vector<dimension_reference> compute_reference(const matrix_input<T, Index>&
     dimension_reference& r = result[d];
     r.selected = true;
     const auto value = [&](std::size_t i) -> quad {
-      return in.values[element_index(in.layout, in.n_dims, in.n_obs, d, i)];
+      return static_cast<quad>(in.values[element_index(in.layout, in.n_dims, in.n_obs, d, i)]);
     };
     bool seen_number = false;
-    r.min = r.max = std::numeric_limits<double>::quiet_NaN();
+    r.min = r.max = static_cast<quad>(std::numeric_limits<double>::quiet_NaN());
     for (std::size_t i = 0; i < in.n_obs; ++i) {
       const quad x = value(i);
       const quad w = weight_of(in.weights, i);
@@ -98,7 +98,7 @@ std::vector<dimension_reference> compute_reference(const matrix_input<T, Index>&
 template <class T>
 ::testing::AssertionResult near_reference(T computed, quad expected, double epsilons,
                                           quad scale) {
-  const quad c = computed;
+  const quad c = static_cast<quad>(computed);
   const bool same_special = (is_nan(c) && is_nan(expected)) ||
                             (is_inf(c) && is_inf(expected) && (c > 0) == (expected > 0));
   if (same_special) return ::testing::AssertionSuccess();
@@ -108,7 +108,7 @@ template <class T>
   }
   const quad magnitude = abs_quad(expected) > abs_quad(scale) ? abs_quad(expected)
                                                               : abs_quad(scale);
-  const quad eps = std::numeric_limits<T>::epsilon();
+  const quad eps = static_cast<quad>(std::numeric_limits<T>::epsilon());
   const quad difference = abs_quad(c - expected);
   if (difference <= static_cast<quad>(epsilons) * eps * magnitude) {
     return ::testing::AssertionSuccess();

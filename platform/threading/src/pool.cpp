@@ -81,8 +81,12 @@ void pool::run(loop& job) noexcept {
 void pool::serve() noexcept {
   std::unique_lock<std::mutex> lock(mutex_);
   for (;;) {
-    work_available_.wait(lock, [&] { return find_open() != nullptr; });
-    loop& job = *find_open();
+    loop* const open = find_open();
+    if (open == nullptr) {
+      work_available_.wait(lock);
+      continue;
+    }
+    loop& job = *open;
     const int thread_index = job.participants_++;
     {
       std::lock_guard<std::mutex> job_lock(job.mutex_);
