@@ -109,6 +109,8 @@ TEST(CsvErrors, EveryMessageNamesFileLineAndColumn) {
   EXPECT_EQ(parse_error("a,b\n1,\n"), "t.csv:2:3: empty cell");
   EXPECT_EQ(parse_error("a,b\n1,2,3,4\n"), "t.csv:2:5: ragged row: 4 cells where line 1 has 2");
   EXPECT_EQ(parse_error("a,b,c\n1,2,3\n1,2\n"), "t.csv:3:4: ragged row: 2 cells where line 1 has 3");
+  // Too short to be a whole row, so no room was made for it (found by the fuzz target).
+  EXPECT_EQ(parse_error("a,b,c\ninf"), "t.csv:2:4: ragged row: 1 cells where line 1 has 3");
   EXPECT_EQ(parse_error("1,2\n3,\"4\n"), "t.csv:2:3: unterminated quoted cell");
   EXPECT_EQ(parse_error("1,2\n3,\"4\"x\n"), "t.csv:2:6: unexpected \"x\" after a closing quote");
   EXPECT_EQ(parse_error("1,2\n1,\"2\"\"\"\n"), "t.csv:2:3: non-numeric cell \"2\\x22\\x22\"");
@@ -179,7 +181,29 @@ TEST(CsvMemory, OneAllocationSizedByTheRowsThatCanBeThere) {
   const csv_table table = parse_csv(text, "t.csv", {}, counting, silent);
   EXPECT_EQ(table.n_rows, 1000);
   EXPECT_EQ(counting.allocations, 1u);
-  EXPECT_EQ(counting.bytes, 1001u * 3 * sizeof(double));  // 1000 newlines after the header + 1
+  EXPECT_EQ(counting.bytes, 1000u * 3 * sizeof(double));  // 6000 bytes hold at most 1000 rows of 3
+}
+
+TEST(CsvMemory, BlankLinesUnderAWideHeaderAskForLittle) {
+  std::string text;
+  for (int column = 0; column < 500; ++column) text += "c" + std::to_string(column) + ",";
+  text += "last\n" + std::string(10000, '\n');
+  struct peak_resource : std::pmr::memory_resource {
+    std::size_t largest = 0;
+    void* do_allocate(std::size_t size, std::size_t alignment) override {
+      largest = std::max(largest, size);
+      return heap().allocate(size, alignment);
+    }
+    void do_deallocate(void* p, std::size_t size, std::size_t alignment) override {
+      heap().deallocate(p, size, alignment);
+    }
+    bool do_is_equal(const memory_resource& other) const noexcept override {
+      return this == &other;
+    }
+  } peak;
+  progress silent;
+  EXPECT_THROW(parse_csv(text, "t.csv", {}, peak, silent), data_error);
+  EXPECT_LE(peak.largest, 4 * text.size());
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "csv_reader.hpp"
 
 #include <algorithm>
+#include <stdexcept>
 
 #include <fmt/format.h>
 
@@ -42,8 +43,12 @@ bool looks_like_header(const std::vector<csv_cell>& row) {
   });
 }
 
-std::size_t count_rows_at_most(std::string_view text) {
-  return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) + 1;
+// Every row ends in '\n' but the last, and holds n_columns cells of at least one byte with a
+// delimiter between them: the smaller bound keeps a file of blank lines under a wide header
+// from asking for more memory than a few times its own size.
+std::size_t count_rows_at_most(std::string_view text, std::size_t n_columns) {
+  const auto lines = static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) + 1;
+  return std::min(lines, (text.size() + 1) / (2 * n_columns));
 }
 
 template <class T>
@@ -84,7 +89,7 @@ class table_builder {
     table_.names = std::move(names);
     table_.n_columns = static_cast<std::int64_t>(n_file_columns_ - (weights_column_ ? 1 : 0));
 
-    allocate(count_rows_at_most(text_.substr(cursor.position())));
+    allocate(count_rows_at_most(text_.substr(cursor.position()), n_file_columns_));
     read_rows(cursor);
     if (table_.n_rows == 0) {
       throw data_error_at(file_name_, cursor.line(), cursor.column(),
@@ -101,6 +106,7 @@ class table_builder {
     if (weights_column_) table_.weights = block(memory_, max_rows * sizeof(T));
     cells_ = table_.cells.template as<T>();
     weights_ = table_.weights.template as<T>();
+    max_rows_ = max_rows;
   }
 
   void read_rows(csv_cursor& cursor) {
@@ -116,13 +122,19 @@ class table_builder {
         }
         cell = cursor.next();
       }
+      if (static_cast<std::size_t>(table_.n_rows) == max_rows_) {
+        throw std::length_error("tessel: the CSV reader's row bound does not hold");
+      }
       ++table_.n_rows;
       progress_.update(cursor.position());
     }
   }
 
+  // A row past the bound cannot be a whole row: it is checked but kept nowhere, and its
+  // error is reported when it is found.
   void store(const csv_cell& cell, std::size_t column) {
     const T value = to_number(cell);
+    if (static_cast<std::size_t>(table_.n_rows) == max_rows_) return;
     if (weights_column_ && column == *weights_column_) {
       weights_[table_.n_rows] = value;
       return;
@@ -178,6 +190,7 @@ class table_builder {
   std::optional<std::size_t> weights_column_;
   T* cells_ = nullptr;
   T* weights_ = nullptr;
+  std::size_t max_rows_ = 0;
 };
 
 }  // namespace

@@ -21,6 +21,9 @@ class progress {
 
   // Shows progress only for a file over threshold_bytes read while stderr is a terminal.
   static progress for_file(std::string name, std::uint64_t total_bytes);
+  static bool wanted(std::uint64_t total_bytes, bool on_terminal) {
+    return total_bytes > threshold_bytes && on_terminal;
+  }
 
   void update(std::uint64_t done_bytes) {
     if (out_ && done_bytes >= next_report_) report(done_bytes);

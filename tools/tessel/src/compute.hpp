@@ -1,0 +1,15 @@
+// Computes the statistics of `tessel describe` through the library's USM entries.
+#pragma once
+
+#include <sycl/sycl.hpp>
+
+#include "describe_input.hpp"
+
+namespace tessel {
+
+// Fills the values of input.result for every selected dimension. The input's memory must be
+// reachable from the queue's device. Throws what the library or the runtime throws; nothing
+// the queue still runs outlives the call.
+void compute(describe_input& input, sycl::queue& queue);
+
+}  // namespace tessel

@@ -1,0 +1,30 @@
+// Memory the queue's device can reach and the host can write: the readers parse a file
+// straight into it, and the library reads it where it lies.
+#pragma once
+
+#include <memory_resource>
+#include <new>
+
+#include <sycl/sycl.hpp>
+
+namespace tessel {
+
+class usm_resource : public std::pmr::memory_resource {
+ public:
+  explicit usm_resource(sycl::queue queue) : queue_(std::move(queue)) {}
+
+ private:
+  void* do_allocate(std::size_t bytes, std::size_t alignment) override {
+    void* const memory = sycl::aligned_alloc_shared(alignment, bytes, queue_);
+    if (memory == nullptr) throw std::bad_alloc();
+    return memory;
+  }
+  void do_deallocate(void* memory, std::size_t, std::size_t) override { sycl::free(memory, queue_); }
+  bool do_is_equal(const std::pmr::memory_resource& other) const noexcept override {
+    return this == &other;
+  }
+
+  sycl::queue queue_;
+};
+
+}  // namespace tessel
