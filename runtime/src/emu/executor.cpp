@@ -45,6 +45,10 @@ constexpr std::size_t chunks_per_worker = 8;
 // the previous group left.
 constexpr int local_memory_poison = 0xFF;
 
+// The GPU engine reads one block of a group's scalars (one per work-item)
+// past its request; the arena has room for it past the largest request.
+constexpr std::size_t largest_scalar = 16;
+
 }  // namespace
 
 struct executor::job {
@@ -146,7 +150,8 @@ void executor::work(job& j) {
     const std::size_t index = j.seed != 0 ? j.order(unit) : unit;
     if (j.nd != nullptr) {
       worker_state& state = this_thread_state();
-      char* arena = state.arena_of(settings_.local_mem_size);
+      char* arena = state.arena_of(settings_.local_mem_size +
+                                   settings_.max_work_group_size * largest_scalar);
       std::memset(arena, local_memory_poison, j.nd->local_mem_bytes);
       const std::uint64_t item_seed = j.seed != 0 ? mix(j.seed ^ mix(index)) | 1 : 0;
       if (std::exception_ptr e = state.runner.run(*j.nd, index, j.units, arena, item_seed)) {

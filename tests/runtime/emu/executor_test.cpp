@@ -369,6 +369,24 @@ TEST(LocalMemory, NoArenaOutsideKernels) {
   other.join();
 }
 
+TEST(LocalMemory, OneBlockPastTheLargestRequestIsTheGroupsOwn) {
+  constexpr std::size_t local = 8, groups = 6, n = local * groups;
+  auto gpu = make_gpu(0, local);
+  std::vector<double> out(n);
+  run_nd(
+      *gpu, n, local,
+      [&](const sycl::nd_item<1>& it) {
+        double* past = local_memory<double>(1024);
+        past[it.get_local_id(0)] = static_cast<double>(it.get_global_id(0));
+        sycl::group_barrier(it.get_group());
+        out[it.get_global_id(0)] = past[local - 1 - it.get_local_id(0)];
+      },
+      1024);
+  for (std::size_t i = 0; i < n; ++i) {
+    EXPECT_EQ(out[i], static_cast<double>(i / local * local + local - 1 - i % local));
+  }
+}
+
 TEST(Settings, EmulatedGpuReadsTheEnvironmentWhenMade) {
   scoped_env wg("TESSEL_EMU_GPU_WORK_GROUP_SIZE", "5");
   scoped_env lm("TESSEL_EMU_GPU_LOCAL_MEM_SIZE", "96");
