@@ -17,7 +17,20 @@ thread_local group_runner* running = nullptr;
 // Thrown into the blocked items of a failed group so that their frames unwind.
 struct unwind_signal {};
 
-constexpr std::size_t max_scalar_size = 16;
+
+// memcpy of a scalar, with the size known at compile time in the common cases.
+void copy_scalar(void* dest, const void* src, std::size_t size) {
+  switch (size) {
+    case 4:
+      std::memcpy(dest, src, 4);
+      return;
+    case 8:
+      std::memcpy(dest, src, 8);
+      return;
+    default:
+      std::memcpy(dest, src, size);
+  }
+}
 
 }  // namespace
 
@@ -204,26 +217,26 @@ void group_runner::reduce(work_item& self, const collective& c, void* value, con
   const std::size_t size = c.type.size;
   if (r.arrivals == 1) {
     r.fold = fold;
-    if (init != nullptr) std::memcpy(r.init, init, size);
+    if (init != nullptr) copy_scalar(r.init, init, size);
   }
-  std::memcpy(&values_[self.local_id * size], value, size);
-  self.result = value;
+  copy_scalar(&values_[self.local_id * size], value, size);
   if (r.arrivals < size_) {
     block(self);
+    // Safe until every item has reached the next reduction, after this read.
+    copy_scalar(value, reduce_result_, size);
     return;
   }
   // Left fold in local-id order, so that results do not depend on the order
   // in which the items arrived.
-  alignas(16) unsigned char acc[max_scalar_size];
   std::uint32_t first = 0;
   if (c.has_init) {
-    std::memcpy(acc, r.init, size);
+    copy_scalar(reduce_result_, r.init, size);
   } else {
-    std::memcpy(acc, values_.data(), size);
+    copy_scalar(reduce_result_, values_.data(), size);
     first = 1;
   }
-  for (std::uint32_t l = first; l < size_; ++l) r.fold(acc, &values_[l * size]);
-  for (std::uint32_t l = 0; l < size_; ++l) std::memcpy(items_[l].result, acc, size);
+  for (std::uint32_t l = first; l < size_; ++l) r.fold(reduce_result_, &values_[l * size]);
+  copy_scalar(value, reduce_result_, size);
   retire();
   release_all_but(self);
   yield(self);

@@ -28,7 +28,6 @@ struct work_item {
   std::uint32_t local_id = 0;
   state status = state::not_started;
   std::uint64_t passed = 0;  // collectives this item has entered
-  void* result = nullptr;    // where a reduction leaves its value
   emu::fiber_context context;
   emu::fiber_stack* stack = nullptr;
 };
@@ -110,7 +109,9 @@ class group_runner {
 
   std::vector<record> records_;  // ring, power-of-two size, by collective number
   std::uint64_t records_base_ = 0, records_count_ = 0;
+  static constexpr std::size_t max_scalar_size = 16;
   std::vector<unsigned char> values_;  // one slot per item for the reduction in progress
+  alignas(16) unsigned char reduce_result_[max_scalar_size] = {};
   std::uint64_t fewest_passed_by_finished_ = UINT64_MAX;
   std::uint32_t first_finished_ = 0;
   bool direct_ = false;     // the first item needed no collective: no fibers for the rest
