@@ -208,12 +208,18 @@ INSTANTIATE_TEST_SUITE_P(
                        ::testing::Values(SS_METHOD_TWO_PASS, SS_METHOD_ONE_PASS,
                                          SS_METHOD_USER_MEAN)));
 
+// Long blocks: many leaves per one-pass block, many cache-sized chunks per column-major block.
 TEST(BasicStageSizes, LongSeriesAndSingleObservation) {
   for (std::intptr_t method : {SS_METHOD_TWO_PASS, SS_METHOD_ONE_PASS}) {
-    basic_call<double> call;
-    call.fill(1, 400003, storage::row_major, 500, {1e6}, {3.0});
-    ASSERT_EQ(call.run(method), 0);
-    call.expect_near_reference(tolerance<double>);
+    basic_call<double> row;
+    row.fill(1, 400003, storage::row_major, 500, {1e6}, {3.0});
+    ASSERT_EQ(row.run(method), 0);
+    row.expect_near_reference(tolerance<double>);
+    basic_call<double> col;
+    col.fill(3, 100003, storage::col_major, 510, {1e6, -3.0, 50.0}, {3.0, 0.01, 7.0});
+    col.weigh(4);
+    ASSERT_EQ(col.run(method), 0);
+    col.expect_near_reference(tolerance<double>);
   }
   basic_call<double> one;
   one.x = {4.5};

@@ -137,10 +137,16 @@ std::vector<power_sums> sums_pass(const stage_data<T>& data, int raw_degree, int
           for (int k = 0; k < dims.count; ++k) {
             acc[k] = accumulator(centres != nullptr ? (*centres)[dims.d[k]] : double_double{});
           }
-          for (std::int64_t i = i0; i < i1; ++i) {
-            const double w = decltype(weighted)::value ? data.weight(i) : 1.0;
-            for (int k = 0; k < dims.count; ++k) acc[k].add(data.value(dims.d[k], i), w);
-          }
+          for_each_chunk(data.shape, i0, i1, [&](std::int64_t c0, std::int64_t c1) {
+            for (int k = 0; k < dims.count; ++k) {
+              accumulator a = acc[k];  // a local, so that it lives in registers
+              for (std::int64_t i = c0; i < c1; ++i) {
+                a.add(data.value(dims.d[k], i),
+                      decltype(weighted)::value ? data.weight(i) : 1.0);
+              }
+              acc[k] = a;
+            }
+          });
           for (int k = 0; k < dims.count; ++k) out[dims.d[k] - d0] = acc[k].finish();
         });
       });
@@ -174,18 +180,24 @@ std::vector<one_pass_result> one_pass(const stage_data<T>& data, int raw_degree,
           constexpr int moment_order = decltype(order)::value;
           power_sum_accumulator<decltype(raw)::value, 0, is_weighted> sums[max_group_dims];
           one_pass_accumulator<moment_order> moments[max_group_dims];
-          double shift[max_group_dims];
-          for (int k = 0; k < dims.count; ++k) shift[k] = data.value(dims.d[k], 0);
-          for (std::int64_t i = i0; i < i1; ++i) {
-            const double w = is_weighted ? data.weight(i) : 1.0;
+          for_each_chunk(data.shape, i0, i1, [&](std::int64_t c0, std::int64_t c1) {
             for (int k = 0; k < dims.count; ++k) {
-              const double x = data.value(dims.d[k], i);
-              sums[k].add(x, w);
-              moments[k].add(x - shift[k], w);
+              auto s = sums[k];
+              auto m = moments[k];
+              const double shift = data.value(dims.d[k], 0);
+              for (std::int64_t i = c0; i < c1; ++i) {
+                const double w = is_weighted ? data.weight(i) : 1.0;
+                const double x = data.value(dims.d[k], i);
+                s.add(x, w);
+                m.add(x - shift, w);
+              }
+              sums[k] = s;
+              moments[k] = m;
             }
-          }
+          });
           for (int k = 0; k < dims.count; ++k) {
-            out[dims.d[k] - d0] = {sums[k].finish(), moments[k].finish(), shift[k]};
+            out[dims.d[k] - d0] = {sums[k].finish(), moments[k].finish(),
+                                   data.value(dims.d[k], 0)};
           }
         });
       });

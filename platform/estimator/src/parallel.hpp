@@ -29,6 +29,16 @@ struct work_split {
 
 work_split split_work(const task_shape& shape, int threads);
 
+// Calls f(c0, c1) for consecutive chunks of [i0, i1). A task reduces its dimensions one after
+// the other over each chunk; in column-major storage a chunk is short enough for its cache
+// lines to stay in cache from the first dimension to the last.
+template <class F>
+void for_each_chunk(const task_shape& shape, std::int64_t i0, std::int64_t i1, F&& f) {
+  constexpr std::int64_t column_chunk_length = 2048;  // 128 KiB of 64-byte lines
+  const std::int64_t chunk = shape.obs_stride == 1 ? i1 - i0 : column_chunk_length;
+  for (std::int64_t c0 = i0; c0 < i1; c0 += chunk) f(c0, std::min(c0 + chunk, i1));
+}
+
 // The threading table as a stage uses it. Without a table, or without a `for` entry in it,
 // the work runs on the calling thread.
 class threading {
