@@ -223,6 +223,27 @@ TEST(EstimatorStatus, TaskOfTheOtherTypeIsRefused) {
   EXPECT_EQ(f.edit_task(t.task, SS_FIELD_MEAN, y), SS_STATUS_WRONG_TYPE);
 }
 
+// A record laid out by its caller, not by NewTask, is read at the same positions.
+TEST(EstimatorTask, RecordMadeByTheCaller) {
+  const typed_entries<float> e(module());
+  const std::int32_t dims = 1, obs = 5, storage = 0x10000;
+  const float x[5] = {3, -1, 4, 1, -5};
+  float min = 0, max = 0, mean = 0;
+  ss_task task{};
+  task.dims = &dims;
+  task.obs_count = &obs;
+  task.storage = &storage;
+  task.observations = x;
+  task.min = &min;
+  task.max = &max;
+  task.mean = &mean;
+  EXPECT_EQ(e.minmax(&task, SS_MIN | SS_MAX, SS_METHOD_TWO_PASS, threading_table()), 0);
+  EXPECT_EQ(e.basic(&task, SS_MEAN, SS_METHOD_TWO_PASS, threading_table()), 0);
+  EXPECT_EQ(min, -5.0f);
+  EXPECT_EQ(max, 4.0f);
+  EXPECT_EQ(mean, 0.4f);
+}
+
 TEST(EstimatorStatus, MaskOfAnotherGroupDoesNothing) {
   small_task t;
   EXPECT_EQ(t.basic(0), 0);

@@ -35,7 +35,8 @@ namespace {
 template <class T>
 std::int32_t check_editable(const ss_task* task) {
   if (task == nullptr) return SS_STATUS_NULL_TASK;
-  return task->element_size == sizeof(T) ? SS_STATUS_OK : SS_STATUS_WRONG_TYPE;
+  const bool other_type = task->element_size != 0 && task->element_size != static_cast<std::int64_t>(sizeof(T));
+  return other_type ? SS_STATUS_WRONG_TYPE : SS_STATUS_OK;
 }
 
 }  // namespace

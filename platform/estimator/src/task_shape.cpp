@@ -22,7 +22,9 @@ std::int64_t read_count(const void* place, std::int32_t int_width) {
 
 std::int32_t read_task_shape(const ss_task* task, std::int64_t element_size, task_shape& shape) {
   if (task == nullptr) return SS_STATUS_NULL_TASK;
-  if (task->element_size != element_size) return SS_STATUS_WRONG_TYPE;
+  if (task->element_size != 0 && task->element_size != element_size) {
+    return SS_STATUS_WRONG_TYPE;
+  }
   if (task->dims == nullptr) return SS_STATUS_BAD_DIMENSIONS;
   shape.n_dims = read_count(task->dims, task->int_width);
   if (shape.n_dims < 1) return SS_STATUS_BAD_DIMENSIONS;

@@ -17,7 +17,8 @@ extern "C" {
 typedef struct ss_task {
   int32_t int_width;     /*   0: 0 = counts and storage word are int32_t, otherwise int64_t */
   int32_t unused_4;      /*   4 */
-  int64_t element_size;  /*   8: the module's own: sizeof the element type it was made for */
+  int64_t element_size;  /*   8: the module's own: sizeof the element type the record was
+                          *      made for by NewTask; 0 (a record made elsewhere) is not checked */
   const void* dims;      /*  16: number of dimensions */
   const void* obs_count; /*  24: number of observations */
   const void* indices;      /*  32: selection, one element per dimension, non-zero selects,
@@ -89,7 +90,8 @@ SS_TASK_STATIC_ASSERT(offsetof(ss_task, max) == 232, "max");
 /* Method values of a stage. */
 #define SS_METHOD_TWO_PASS INT64_C(1)    /* mean first, then sums about it */
 #define SS_METHOD_ONE_PASS INT64_C(2)    /* one pass of mergeable updates */
-#define SS_METHOD_USER_MEAN INT64_C(256) /* `mean` is input: central estimates are about it */
+#define SS_METHOD_USER_MEAN INT64_C(256) /* `mean` is input, read and never written: central
+                                          * estimates are about it, and SS_MEAN asks nothing */
 
 /* Bits of the estimate mask. */
 #define SS_MEAN UINT64_C(0x1)
