@@ -22,7 +22,8 @@ class CoreService : public ::testing::Test {
 std::string module_file_of(void* handle, const char* entry) {
   Dl_info info{};
   void* address = dlsym(handle, entry);
-  if (address == nullptr || dladdr(address, &info) == 0) return "";
+  if (address == nullptr || dladdr(address, &info) == 0)
+    return "";
   return info.dli_fname;
 }
 
@@ -33,10 +34,13 @@ TEST_F(CoreService, LoadsTheDefaultModuleOnceFromManyThreads) {
         unsetenv("TESSEL_ESTIMATOR_MODULE");
         std::vector<void*> handles(16);
         std::vector<std::thread> threads;
-        for (auto& h : handles) threads.emplace_back([&h] { h = orv_serv_load_qdn(); });
-        for (auto& t : threads) t.join();
+        for (auto& h : handles)
+          threads.emplace_back([&h] { h = orv_serv_load_qdn(); });
+        for (auto& t : threads)
+          t.join();
         bool same = handles[0] != nullptr;
-        for (void* h : handles) same &= h == handles[0];
+        for (void* h : handles)
+          same &= h == handles[0];
         same &= orv_serv_load_qdn() == handles[0];
         const std::string file = module_file_of(handles[0], "_ksudSSBasic");
         std::fprintf(stderr, "loaded %s\n", file.c_str());
@@ -86,15 +90,16 @@ std::string printed(void (*print)()) {
 }
 
 TEST_F(CoreService, Message772NamesTheMissingEntry) {
-  EXPECT_EQ(printed([] { orv_serv_print(1, 772, 1, "_ksudSSMinmax"); }).rfind(
-                "tessel: fatal error 772: the estimator module ", 0),
+  EXPECT_EQ(printed([] {
+              orv_serv_print(1, 772, 1, "_ksudSSMinmax");
+            }).rfind("tessel: fatal error 772: the estimator module ", 0),
             0u);
-  EXPECT_NE(printed([] { orv_serv_print(1, 772, 1, "_ksudSSMinmax"); })
-                .find("has no entry named '_ksudSSMinmax'\n"),
+  EXPECT_NE(printed([] {
+              orv_serv_print(1, 772, 1, "_ksudSSMinmax");
+            }).find("has no entry named '_ksudSSMinmax'\n"),
             std::string::npos);
   // Without its value the message still prints, and reads nothing that was not passed.
-  EXPECT_NE(printed([] { orv_serv_print(1, 772, 0); }).find("(name not given)"),
-            std::string::npos);
+  EXPECT_NE(printed([] { orv_serv_print(1, 772, 0); }).find("(name not given)"), std::string::npos);
 }
 
 TEST_F(CoreService, OtherMessages) {
@@ -118,7 +123,8 @@ TEST_F(CoreService, LockExcludesOtherThreads) {
       }
     });
   }
-  for (auto& t : threads) t.join();
+  for (auto& t : threads)
+    t.join();
   EXPECT_EQ(counter, 8 * 20000);
   EXPECT_EQ(static_cast<int>(word), 0);
   orv_serv_lock(nullptr);

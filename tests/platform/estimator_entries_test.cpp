@@ -21,13 +21,22 @@ const void* word_at(const ss_task* task, std::size_t offset) {
 }
 
 TEST(EstimatorModule, ExportsEveryEntryName) {
-  const char* names[] = {"__ksusSSNewTask", "__ksudSSNewTask", "__ksuSSDeleteTask",
-                         "__ksusSSEditTask", "__ksudSSEditTask", "__ksusSSEditMoments",
+  const char* names[] = {"__ksusSSNewTask",     "__ksudSSNewTask",  "__ksuSSDeleteTask",
+                         "__ksusSSEditTask",    "__ksudSSEditTask", "__ksusSSEditMoments",
                          "__ksudSSEditMoments", "__ksusSSEditSums", "__ksudSSEditSums"};
-  for (const char* name : names) EXPECT_NE(module().symbol(name), nullptr) << name;
-  const char* stages[] = {"MissingValues", "Minmax", "Sort", "Basic", "MAD",
-                          "PooledCovariance", "OutliersDetection", "RobustCovariance",
-                          "PartialCovariance", "Quantiles", "StreamQuantiles",
+  for (const char* name : names)
+    EXPECT_NE(module().symbol(name), nullptr) << name;
+  const char* stages[] = {"MissingValues",
+                          "Minmax",
+                          "Sort",
+                          "Basic",
+                          "MAD",
+                          "PooledCovariance",
+                          "OutliersDetection",
+                          "RobustCovariance",
+                          "PartialCovariance",
+                          "Quantiles",
+                          "StreamQuantiles",
                           "CorParametrization"};
   for (const char* stage : stages) {
     for (const char* letter : {"s", "d"}) {
@@ -66,12 +75,14 @@ TEST(EstimatorTask, NewTaskAndEditsFillTheFixedPositions) {
 
   double a[7][2];
   ASSERT_EQ(e.edit_moments(task, a[0], a[1], a[2], a[3], a[4], a[5], a[6]), 0);
-  for (int k = 0; k < 7; ++k) EXPECT_EQ(word_at(task, 88 + 8 * k), a[k]) << k;
+  for (int k = 0; k < 7; ++k)
+    EXPECT_EQ(word_at(task, 88 + 8 * k), a[k]) << k;
   ASSERT_EQ(e.edit_sums(task, a[6], a[5], a[4], a[3], a[2], a[1], a[0]), 0);
-  for (int k = 0; k < 7; ++k) EXPECT_EQ(word_at(task, 144 + 8 * k), a[6 - k]) << k;
+  for (int k = 0; k < 7; ++k)
+    EXPECT_EQ(word_at(task, 144 + 8 * k), a[6 - k]) << k;
   const std::pair<std::int64_t, std::size_t> fields[] = {
-      {SS_FIELD_MEAN, 88},     {SS_FIELD_KURTOSIS, 200}, {SS_FIELD_SKEWNESS, 208},
-      {SS_FIELD_MIN, 224},     {SS_FIELD_MAX, 232},      {SS_FIELD_VARIATION, 216}};
+      {SS_FIELD_MEAN, 88}, {SS_FIELD_KURTOSIS, 200}, {SS_FIELD_SKEWNESS, 208},
+      {SS_FIELD_MIN, 224}, {SS_FIELD_MAX, 232},      {SS_FIELD_VARIATION, 216}};
   for (const auto& [field, offset] : fields) {
     double target[2];
     ASSERT_EQ(e.edit_task(task, field, target), 0);
@@ -114,7 +125,8 @@ struct small_task {
     EXPECT_EQ(e.edit_sums(task, r(7), r(8), r(9), r(10), r(11), r(12), r(13)), 0);
     const std::int64_t fields[] = {SS_FIELD_KURTOSIS, SS_FIELD_SKEWNESS, SS_FIELD_VARIATION,
                                    SS_FIELD_MIN, SS_FIELD_MAX};
-    for (int k = 0; k < 5; ++k) EXPECT_EQ(e.edit_task(task, fields[k], r(14 + k)), 0);
+    for (int k = 0; k < 5; ++k)
+      EXPECT_EQ(e.edit_task(task, fields[k], r(14 + k)), 0);
   }
   ~small_task() { EXPECT_EQ(e.delete_task(&task), 0); }
   std::int32_t basic(std::uint64_t mask, std::intptr_t method = SS_METHOD_TWO_PASS) {
@@ -123,15 +135,25 @@ struct small_task {
 };
 
 TEST(EstimatorStatus, WantedEstimateWithoutArrayFails) {
-  const std::uint64_t bits[] = {SS_MEAN,         SS_RAW_MOMENT2,     SS_RAW_MOMENT3,
-                                SS_RAW_MOMENT4,  SS_CENTRAL_MOMENT2, SS_CENTRAL_MOMENT3,
-                                SS_CENTRAL_MOMENT4, SS_SUM,          SS_RAW_SUM2,
-                                SS_RAW_SUM3,     SS_RAW_SUM4,        SS_CENTRAL_SUM2,
-                                SS_CENTRAL_SUM3, SS_CENTRAL_SUM4};
+  const std::uint64_t bits[] = {SS_MEAN,
+                                SS_RAW_MOMENT2,
+                                SS_RAW_MOMENT3,
+                                SS_RAW_MOMENT4,
+                                SS_CENTRAL_MOMENT2,
+                                SS_CENTRAL_MOMENT3,
+                                SS_CENTRAL_MOMENT4,
+                                SS_SUM,
+                                SS_RAW_SUM2,
+                                SS_RAW_SUM3,
+                                SS_RAW_SUM4,
+                                SS_CENTRAL_SUM2,
+                                SS_CENTRAL_SUM3,
+                                SS_CENTRAL_SUM4};
   for (int k = 0; k < 14; ++k) {
     small_task t;
     double* p[14];
-    for (int j = 0; j < 14; ++j) p[j] = j == k ? nullptr : t.results[j];
+    for (int j = 0; j < 14; ++j)
+      p[j] = j == k ? nullptr : t.results[j];
     ASSERT_EQ(t.e.edit_moments(t.task, p[0], p[1], p[2], p[3], p[4], p[5], p[6]), 0);
     ASSERT_EQ(t.e.edit_sums(t.task, p[7], p[8], p[9], p[10], p[11], p[12], p[13]), 0);
     EXPECT_EQ(t.basic(bits[k]), SS_STATUS_NULL_RESULT) << k;
@@ -163,9 +185,16 @@ TEST(EstimatorStatus, EstimatesOfOtherStagesAreNotProvided) {
   EXPECT_EQ(t.basic(0x1000), SS_STATUS_NOT_PROVIDED);
   EXPECT_EQ(t.basic(SS_MEAN | 0x100000000ull), SS_STATUS_NOT_PROVIDED);
   EXPECT_EQ(t.basic(SS_MIN), 0) << "bits of another group are left to their stage";
-  const char* stages[] = {"MissingValues", "Sort", "MAD", "PooledCovariance",
-                          "OutliersDetection", "RobustCovariance", "PartialCovariance",
-                          "Quantiles", "StreamQuantiles", "CorParametrization"};
+  const char* stages[] = {"MissingValues",
+                          "Sort",
+                          "MAD",
+                          "PooledCovariance",
+                          "OutliersDetection",
+                          "RobustCovariance",
+                          "PartialCovariance",
+                          "Quantiles",
+                          "StreamQuantiles",
+                          "CorParametrization"};
   for (const char* stage : stages) {
     for (const char* letter : {"s", "d"}) {
       const auto fn = module().entry<ss_stage_fn>(std::string("_ksu") + letter + "SS" + stage);

@@ -25,10 +25,12 @@ class estimator_module {
  public:
   explicit estimator_module(const char* path = TESSEL_ESTIMATOR_PATH)
       : handle_(dlopen(path, RTLD_NOW | RTLD_LOCAL)) {
-    if (handle_ == nullptr) ADD_FAILURE() << "cannot load " << path << ": " << dlerror();
+    if (handle_ == nullptr)
+      ADD_FAILURE() << "cannot load " << path << ": " << dlerror();
   }
   ~estimator_module() {
-    if (handle_ != nullptr) dlclose(handle_);
+    if (handle_ != nullptr)
+      dlclose(handle_);
   }
   estimator_module(const estimator_module&) = delete;
   estimator_module& operator=(const estimator_module&) = delete;
@@ -39,7 +41,8 @@ class estimator_module {
   template <class Fn>
   Fn entry(const std::string& name) const {
     void* address = symbol(name);
-    if (address == nullptr) ADD_FAILURE() << "the module has no entry " << name;
+    if (address == nullptr)
+      ADD_FAILURE() << "the module has no entry " << name;
     return reinterpret_cast<Fn>(address);
   }
 
@@ -56,7 +59,8 @@ inline const ss_threading_entry* threading_table() {
         reinterpret_cast<ss_threading_entry>(&orv_ksu_serv_threader_ordered),
         reinterpret_cast<ss_threading_entry>(&orv_ksu_serv_threader_get_num_threads_limit)};
     std::array<ss_threading_entry, SS_THREADING_TABLE_SIZE> t{};
-    for (std::size_t k = 0; k < t.size(); ++k) t[k] = row[k % 5];
+    for (std::size_t k = 0; k < t.size(); ++k)
+      t[k] = row[k % 5];
     return t;
   }();
   return table.data();
@@ -66,14 +70,14 @@ inline const ss_threading_entry* threading_table() {
 template <class T>
 struct typed_entries {
   static constexpr const char* letter = std::is_same_v<T, float> ? "s" : "d";
-  using new_task_fn = std::conditional_t<std::is_same_v<T, float>, ss_new_task_s_fn,
-                                         ss_new_task_d_fn>;
-  using edit_task_fn = std::conditional_t<std::is_same_v<T, float>, ss_edit_task_s_fn,
-                                          ss_edit_task_d_fn>;
-  using edit_moments_fn = std::conditional_t<std::is_same_v<T, float>, ss_edit_moments_s_fn,
-                                             ss_edit_moments_d_fn>;
-  using edit_sums_fn = std::conditional_t<std::is_same_v<T, float>, ss_edit_sums_s_fn,
-                                          ss_edit_sums_d_fn>;
+  using new_task_fn =
+      std::conditional_t<std::is_same_v<T, float>, ss_new_task_s_fn, ss_new_task_d_fn>;
+  using edit_task_fn =
+      std::conditional_t<std::is_same_v<T, float>, ss_edit_task_s_fn, ss_edit_task_d_fn>;
+  using edit_moments_fn =
+      std::conditional_t<std::is_same_v<T, float>, ss_edit_moments_s_fn, ss_edit_moments_d_fn>;
+  using edit_sums_fn =
+      std::conditional_t<std::is_same_v<T, float>, ss_edit_sums_s_fn, ss_edit_sums_d_fn>;
 
   explicit typed_entries(const estimator_module& m)
       : new_task(m.entry<new_task_fn>(std::string("__ksu") + letter + "SSNewTask")),

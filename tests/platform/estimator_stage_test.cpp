@@ -31,7 +31,26 @@ struct basic_call {
   std::vector<std::int64_t> selection;
   int int_width = 1;
 
-  enum result { mean, raw2, raw3, raw4, c2, c3, c4, kurt, skew, var, s1, s2, s3, s4, cs2, cs3, cs4, count };
+  enum result {
+    mean,
+    raw2,
+    raw3,
+    raw4,
+    c2,
+    c3,
+    c4,
+    kurt,
+    skew,
+    var,
+    s1,
+    s2,
+    s3,
+    s4,
+    cs2,
+    cs3,
+    cs4,
+    count
+  };
   std::vector<T> out[count];
 
   // Dimension d: offset[d] + scale[d] * exponential variates, placed in the layout.
@@ -58,18 +77,20 @@ struct basic_call {
   }
   void select_with_gaps() {
     selection.assign(static_cast<std::size_t>(n_dims), 0);
-    for (std::int64_t d = 0; d < n_dims; d += 2) selection[d] = d == 2 ? -7 : 1;
+    for (std::int64_t d = 0; d < n_dims; d += 2)
+      selection[d] = d == 2 ? -7 : 1;
   }
 
   // Runs the stage with every Basic estimate wanted and returns its status.
   std::int32_t run(std::intptr_t method, std::uint64_t mask = all_basic_bits,
                    const ss_threading_entry* table = threading_table()) {
     const typed_entries<T> e(module());
-    for (auto& o : out) o.assign(static_cast<std::size_t>(n_dims), T(untouched));
-    if (!user_mean.empty()) out[mean] = user_mean;
-    const std::int64_t words64[3] = {n_dims, n_obs,
-                                     layout == storage::row_major ? SS_STORAGE_ROW_MAJOR
-                                                                  : SS_STORAGE_COL_MAJOR};
+    for (auto& o : out)
+      o.assign(static_cast<std::size_t>(n_dims), T(untouched));
+    if (!user_mean.empty())
+      out[mean] = user_mean;
+    const std::int64_t words64[3] = {
+        n_dims, n_obs, layout == storage::row_major ? SS_STORAGE_ROW_MAJOR : SS_STORAGE_COL_MAJOR};
     const std::int32_t words32[3] = {static_cast<std::int32_t>(words64[0]),
                                      static_cast<std::int32_t>(words64[1]),
                                      static_cast<std::int32_t>(words64[2])};
@@ -78,10 +99,10 @@ struct basic_call {
       w[k] = int_width == 0 ? static_cast<const void*>(&words32[k]) : &words64[k];
     }
     ss_task* task = nullptr;
-    EXPECT_EQ(e.new_task(&task, w[0], w[1], w[2], x.data(),
-                         weights.empty() ? nullptr : weights.data(),
-                         selection.empty() ? nullptr : selection.data(), int_width),
-              0);
+    EXPECT_EQ(
+        e.new_task(&task, w[0], w[1], w[2], x.data(), weights.empty() ? nullptr : weights.data(),
+                   selection.empty() ? nullptr : selection.data(), int_width),
+        0);
     EXPECT_EQ(e.edit_moments(task, out[mean].data(), out[raw2].data(), out[raw3].data(),
                              out[raw4].data(), out[c2].data(), out[c3].data(), out[c4].data()),
               0);
@@ -98,11 +119,14 @@ struct basic_call {
   }
 
   std::vector<dimension_reference> reference() const {
-    matrix_input<T> in{x.data(), static_cast<std::size_t>(n_dims),
-                       static_cast<std::size_t>(n_obs), layout};
-    if (!weights.empty()) in.weights = weights.data();
-    if (!selection.empty()) in.selection = selection.data();
-    if (!user_mean.empty()) in.user_mean = user_mean.data();
+    matrix_input<T> in{x.data(), static_cast<std::size_t>(n_dims), static_cast<std::size_t>(n_obs),
+                       layout};
+    if (!weights.empty())
+      in.weights = weights.data();
+    if (!selection.empty())
+      in.selection = selection.data();
+    if (!user_mean.empty())
+      in.user_mean = user_mean.data();
     return compute_reference(in);
   }
 
@@ -111,11 +135,10 @@ struct basic_call {
     const auto ref = reference();
     for (std::int64_t d = 0; d < n_dims; ++d) {
       const dimension_reference& r = ref[static_cast<std::size_t>(d)];
-      const quad expected[count] = {r.mean,     r.raw_moment2, r.raw_moment3, r.raw_moment4,
-                                    r.variance, r.moment3,     r.moment4,     r.kurtosis,
-                                    r.skewness, r.variation,   r.S1,          r.S2,
-                                    r.S3,       r.S4,          r.C2,          r.C3,
-                                    r.C4};
+      const quad expected[count] = {
+          r.mean,    r.raw_moment2, r.raw_moment3, r.raw_moment4, r.variance, r.moment3,
+          r.moment4, r.kurtosis,    r.skewness,    r.variation,   r.S1,       r.S2,
+          r.S3,      r.S4,          r.C2,          r.C3,          r.C4};
       for (int k = 0; k < count; ++k) {
         const T got = out[k][static_cast<std::size_t>(d)];
         if (!r.selected) {
@@ -125,8 +148,7 @@ struct basic_call {
         } else if (k == mean && !user_mean.empty()) {
           EXPECT_EQ(got, user_mean[static_cast<std::size_t>(d)]) << "the given mean is input";
         } else {
-          EXPECT_TRUE(near_reference(got, expected[k], epsilons))
-              << "dim " << d << " result " << k;
+          EXPECT_TRUE(near_reference(got, expected[k], epsilons)) << "dim " << d << " result " << k;
         }
       }
     }
@@ -138,8 +160,8 @@ struct basic_call {
 template <class T>
 constexpr double tolerance = std::is_same_v<T, float> ? 1.0 : 32.0;
 
-using basic_case = std::tuple<storage, bool /*weights*/, bool /*selection*/, std::intptr_t,
-                              int /*int_width*/>;
+using basic_case =
+    std::tuple<storage, bool /*weights*/, bool /*selection*/, std::intptr_t, int /*int_width*/>;
 
 class BasicStage : public ::testing::TestWithParam<basic_case> {
  protected:
@@ -149,33 +171,39 @@ class BasicStage : public ::testing::TestWithParam<basic_case> {
     basic_call<T> call;
     call.int_width = int_width;
     call.fill(5, 6007, layout, 100, {2.0, -40.0, 0.5, 1e3, 7.0}, {0.5, 3.0, 1.0, 2.0, 0.1});
-    if (weighted) call.weigh(7);
-    if (selected) call.select_with_gaps();
-    if (method == SS_METHOD_USER_MEAN) call.user_mean = {T(2.4), T(-37.5), T(1.6), T(1002), T(7.3)};
+    if (weighted)
+      call.weigh(7);
+    if (selected)
+      call.select_with_gaps();
+    if (method == SS_METHOD_USER_MEAN)
+      call.user_mean = {T(2.4), T(-37.5), T(1.6), T(1002), T(7.3)};
     ASSERT_EQ(call.run(method), 0);
     call.expect_near_reference(tolerance<T>);
   }
 };
 
-TEST_P(BasicStage, Float) { check<float>(); }
-TEST_P(BasicStage, Double) { check<double>(); }
+TEST_P(BasicStage, Float) {
+  check<float>();
+}
+TEST_P(BasicStage, Double) {
+  check<double>();
+}
 
 std::string basic_case_name(const ::testing::TestParamInfo<basic_case>& info) {
   const auto& [layout, weighted, selected, method, int_width] = info.param;
-  return std::string(layout == storage::row_major ? "Row" : "Col") +
-         (weighted ? "Weighted" : "") + (selected ? "Selected" : "") + "Method" +
-         std::to_string(method) + "Width" + std::to_string(int_width);
+  return std::string(layout == storage::row_major ? "Row" : "Col") + (weighted ? "Weighted" : "") +
+         (selected ? "Selected" : "") + "Method" + std::to_string(method) + "Width" +
+         std::to_string(int_width);
 }
 
-INSTANTIATE_TEST_SUITE_P(AllForms, BasicStage,
-                         ::testing::Combine(::testing::Values(storage::row_major,
-                                                              storage::col_major),
-                                            ::testing::Bool(), ::testing::Bool(),
-                                            ::testing::Values(SS_METHOD_TWO_PASS,
-                                                              SS_METHOD_ONE_PASS,
-                                                              SS_METHOD_USER_MEAN),
-                                            ::testing::Values(0, 1)),
-                         basic_case_name);
+INSTANTIATE_TEST_SUITE_P(
+    AllForms, BasicStage,
+    ::testing::Combine(::testing::Values(storage::row_major, storage::col_major), ::testing::Bool(),
+                       ::testing::Bool(),
+                       ::testing::Values(SS_METHOD_TWO_PASS, SS_METHOD_ONE_PASS,
+                                         SS_METHOD_USER_MEAN),
+                       ::testing::Values(0, 1)),
+    basic_case_name);
 
 // Mean a million times the spread: raw power sums would lose every digit of the central ones.
 using ill_case = std::tuple<storage, bool /*weights*/, std::intptr_t>;
@@ -185,8 +213,10 @@ TEST_P(IllConditioned, DoubleWithinPromise) {
   const auto [layout, weighted, method] = GetParam();
   basic_call<double> call;
   call.fill(3, 20011, layout, 300, {1e6, -2e6, 5e5}, {1.0, 2.0, 0.5});
-  if (weighted) call.weigh(9);
-  if (method == SS_METHOD_USER_MEAN) call.user_mean = {1e6 + 1.25, -2e6 + 1.5, 5e5 + 0.75};
+  if (weighted)
+    call.weigh(9);
+  if (method == SS_METHOD_USER_MEAN)
+    call.user_mean = {1e6 + 1.25, -2e6 + 1.5, 5e5 + 0.75};
   ASSERT_EQ(call.run(method), 0);
   call.expect_near_reference(tolerance<double>);
 }
@@ -195,16 +225,17 @@ TEST_P(IllConditioned, FloatToTheLastBit) {
   const auto [layout, weighted, method] = GetParam();
   basic_call<float> call;
   call.fill(2, 20011, layout, 400, {1e6, 3e5}, {1.0, 0.25});
-  if (weighted) call.weigh(11);
-  if (method == SS_METHOD_USER_MEAN) call.user_mean = {1e6f + 1.0f, 3e5f + 0.25f};
+  if (weighted)
+    call.weigh(11);
+  if (method == SS_METHOD_USER_MEAN)
+    call.user_mean = {1e6f + 1.0f, 3e5f + 0.25f};
   ASSERT_EQ(call.run(method), 0);
   call.expect_near_reference(tolerance<float>);
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Offsets, IllConditioned,
-    ::testing::Combine(::testing::Values(storage::row_major, storage::col_major),
-                       ::testing::Bool(),
+    ::testing::Combine(::testing::Values(storage::row_major, storage::col_major), ::testing::Bool(),
                        ::testing::Values(SS_METHOD_TWO_PASS, SS_METHOD_ONE_PASS,
                                          SS_METHOD_USER_MEAN)));
 
@@ -249,7 +280,7 @@ TEST(BasicStageSizes, WithoutThreadingTable) {
 TEST(BasicStageValues, InfinityAndNaNReachTheResults) {
   basic_call<double> call;
   call.fill(2, 3000, storage::row_major, 800, {1.0}, {1.0});
-  call.x[17] = std::numeric_limits<double>::infinity();       // dimension 0
+  call.x[17] = std::numeric_limits<double>::infinity();         // dimension 0
   call.x[3000 + 5] = std::numeric_limits<double>::quiet_NaN();  // dimension 1
   ASSERT_EQ(call.run(SS_METHOD_TWO_PASS), 0);
   EXPECT_EQ(call.out[call.mean][0], std::numeric_limits<double>::infinity());
@@ -299,19 +330,19 @@ class MinmaxStage : public ::testing::TestWithParam<minmax_case> {
     basic_call<T> data;
     data.fill(4, 7001, layout, 1000, {-50.0, 3.0, -1e6, 0.0}, {1.0, 2.0, 0.5, 1.0});
     data.weigh(3);
-    if (selected) data.select_with_gaps();
+    if (selected)
+      data.select_with_gaps();
     data.x[element_index(layout, 4, 7001, 1, 4000)] = std::numeric_limits<T>::quiet_NaN();
     for (std::int64_t i = 0; i < 7001; ++i) {  // dimension 2 all negative
       T& v = data.x[element_index(layout, 4, 7001, 2, i)];
       v = -std::fabs(v);
     }
     std::vector<T> min(4, T(untouched)), max(4, T(untouched));
-    const std::int64_t words[3] = {4, 7001,
-                                   layout == storage::row_major ? SS_STORAGE_ROW_MAJOR
-                                                                : SS_STORAGE_COL_MAJOR};
+    const std::int64_t words[3] = {
+        4, 7001, layout == storage::row_major ? SS_STORAGE_ROW_MAJOR : SS_STORAGE_COL_MAJOR};
     ss_task* task = nullptr;
-    ASSERT_EQ(e.new_task(&task, &words[0], &words[1], &words[2], data.x.data(),
-                         data.weights.data(), selected ? data.selection.data() : nullptr, 1),
+    ASSERT_EQ(e.new_task(&task, &words[0], &words[1], &words[2], data.x.data(), data.weights.data(),
+                         selected ? data.selection.data() : nullptr, 1),
               0);
     ASSERT_EQ(e.edit_task(task, SS_FIELD_MIN, min.data()), 0);
     ASSERT_EQ(e.edit_task(task, SS_FIELD_MAX, max.data()), 0);
@@ -329,13 +360,18 @@ class MinmaxStage : public ::testing::TestWithParam<minmax_case> {
     // Max alone leaves the min array as it is.
     std::fill(min.begin(), min.end(), T(untouched));
     ASSERT_EQ(e.minmax(task, SS_MAX, SS_METHOD_TWO_PASS, threading_table()), 0);
-    for (T v : min) EXPECT_EQ(v, T(untouched));
+    for (T v : min)
+      EXPECT_EQ(v, T(untouched));
     ASSERT_EQ(e.delete_task(&task), 0);
   }
 };
 
-TEST_P(MinmaxStage, Float) { check<float>(); }
-TEST_P(MinmaxStage, Double) { check<double>(); }
+TEST_P(MinmaxStage, Float) {
+  check<float>();
+}
+TEST_P(MinmaxStage, Double) {
+  check<double>();
+}
 
 INSTANTIATE_TEST_SUITE_P(Forms, MinmaxStage,
                          ::testing::Combine(::testing::Values(storage::row_major,

@@ -1,6 +1,6 @@
 // The high-precision reference checked against cases worked out by hand.
-#include "support/random_data.hpp"
 #include "support/reference.hpp"
+#include "support/random_data.hpp"
 
 #include <gtest/gtest.h>
 
@@ -13,7 +13,9 @@ namespace {
 
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
-quad q(double x) { return static_cast<quad>(x); }
+quad q(double x) {
+  return static_cast<quad>(x);
+}
 
 // Exact to the last bit of a double: the reference must be far better than that.
 template <class Expected>
@@ -135,9 +137,11 @@ TEST(Reference, ExtremesSkipNaN) {
 // deviations exactly, so the two agree far below double precision.
 TEST(Reference, CentralSumsIgnoreALargeOffset) {
   auto x = random_skewed<double>(1000, 42, 0.0, 1.0);
-  for (double& v : x) v = std::ldexp(std::round(std::ldexp(v, 30)), -30);
+  for (double& v : x)
+    v = std::ldexp(std::round(std::ldexp(v, 30)), -30);
   const auto base = compute_reference(matrix_input<double>{x.data(), 1, x.size()})[0];
-  for (double& v : x) v += 0x1p20;  // exact, since v has no bits below 2^-30
+  for (double& v : x)
+    v += 0x1p20;  // exact, since v has no bits below 2^-30
   const auto shifted = compute_reference(matrix_input<double>{x.data(), 1, x.size()})[0];
   const double tiny = 1e-25;
   EXPECT_LT(std::fabs(static_cast<double>((shifted.C2 - base.C2) / base.C2)), tiny);

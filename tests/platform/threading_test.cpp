@@ -26,14 +26,16 @@ struct loop_record {
       ++bad_index;
       return;
     }
-    if (busy_index[thread_index].exchange(1)) ++clashes;
+    if (busy_index[thread_index].exchange(1))
+      ++clashes;
     seen[static_cast<std::size_t>(index)].fetch_add(1);
     busy_index[thread_index].store(0);
   }
   void expect_each_once() const {
     EXPECT_EQ(clashes.load(), 0);
     EXPECT_EQ(bad_index.load(), 0);
-    for (std::size_t i = 0; i < seen.size(); ++i) ASSERT_EQ(seen[i].load(), 1) << "index " << i;
+    for (std::size_t i = 0; i < seen.size(); ++i)
+      ASSERT_EQ(seen[i].load(), 1) << "index " << i;
   }
 };
 
@@ -94,8 +96,10 @@ struct ordered_record {
 void ordered_body(void* context, int64_t index, int, orv_ksu_serv_threader_iteration* iteration) {
   auto& r = *static_cast<ordered_record*>(context);
   ++r.body_runs;
-  if (index % 7 == 0) std::this_thread::sleep_for(std::chrono::microseconds(50));
-  if (index % 3 == 2) return;  // no ordered part
+  if (index % 7 == 0)
+    std::this_thread::sleep_for(std::chrono::microseconds(50));
+  if (index % 3 == 2)
+    return;  // no ordered part
   struct part {
     ordered_record* record;
     std::int64_t index;
@@ -104,9 +108,8 @@ void ordered_body(void* context, int64_t index, int, orv_ksu_serv_threader_itera
     auto& q = *static_cast<part*>(c);
     q.record->order.push_back(q.index);
   });
-  orv_ksu_serv_threader_ordered(iteration, &r, [](void* c) {
-    ++static_cast<ordered_record*>(c)->second_call_ran;
-  });
+  orv_ksu_serv_threader_ordered(
+      iteration, &r, [](void* c) { ++static_cast<ordered_record*>(c)->second_call_ran; });
 }
 
 TEST(Threading, OrderedPartsRunInIndexOrder) {
@@ -117,7 +120,8 @@ TEST(Threading, OrderedPartsRunInIndexOrder) {
     EXPECT_EQ(r.second_call_ran.load(), 0);
     std::vector<std::int64_t> expected;
     for (std::int64_t i = 0; i < 500; ++i) {
-      if (i % 3 != 2) expected.push_back(i);
+      if (i % 3 != 2)
+        expected.push_back(i);
     }
     EXPECT_EQ(r.order, expected);
   }
@@ -131,7 +135,8 @@ TEST(Threading, SectionsRunEachOnceAndSkipEmptyOnes) {
   }
   sections[4].run = nullptr;
   orv_ksu_serv_threader_sections(static_cast<int64_t>(sections.size()), 0, sections.data());
-  for (int k = 0; k < 6; ++k) EXPECT_EQ(runs[k].load(), k == 4 ? 0 : 1) << k;
+  for (int k = 0; k < 6; ++k)
+    EXPECT_EQ(runs[k].load(), k == 4 ? 0 : 1) << k;
 }
 
 // A loop inside a loop body, on every participant at once: callers work in their own loops,
@@ -166,8 +171,10 @@ TEST(Threading, NestedOrderedLoopInsideLoop) {
     ordered_record r;
     orv_ksu_serv_threader_for_ordered(60, 0, &r, ordered_body);
     bool in_order = true;
-    for (std::size_t k = 1; k < r.order.size(); ++k) in_order &= r.order[k - 1] < r.order[k];
-    if (in_order && r.order.size() == 40) ++static_cast<outer_state*>(c)->good;
+    for (std::size_t k = 1; k < r.order.size(); ++k)
+      in_order &= r.order[k - 1] < r.order[k];
+    if (in_order && r.order.size() == 40)
+      ++static_cast<outer_state*>(c)->good;
   });
   EXPECT_EQ(outer.good.load(), 8);
 }
@@ -181,7 +188,8 @@ TEST(Threading, ConcurrentCallersFromEightThreads) {
         const std::int64_t count = 50 + 37 * t + round;
         loop_record record(count);
         orv_ksu_serv_threader_for(count, 0, &record, record_visit);
-        for (auto& s : record.seen) failures += s.load() != 1;
+        for (auto& s : record.seen)
+          failures += s.load() != 1;
         failures += record.clashes.load();
         nested_state nested{{0}, 2};
         orv_ksu_serv_threader_for(3, 0, &nested, nested_body);
@@ -192,7 +200,8 @@ TEST(Threading, ConcurrentCallersFromEightThreads) {
       }
     });
   }
-  for (auto& caller : callers) caller.join();
+  for (auto& caller : callers)
+    caller.join();
   EXPECT_EQ(failures.load(), 0);
 }
 
@@ -202,7 +211,8 @@ TEST(Threading, ResultsArePublishedToTheCaller) {
   orv_ksu_serv_threader_for(10000, 0, &squares, [](void* c, int64_t i, int) {
     (*static_cast<std::vector<std::int64_t>*>(c))[static_cast<std::size_t>(i)] = i * i;
   });
-  for (std::int64_t i = 0; i < 10000; ++i) ASSERT_EQ(squares[static_cast<std::size_t>(i)], i * i);
+  for (std::int64_t i = 0; i < 10000; ++i)
+    ASSERT_EQ(squares[static_cast<std::size_t>(i)], i * i);
 }
 
 }  // namespace

@@ -6,11 +6,12 @@ namespace tessel::test {
 namespace {
 
 template <class T, class Distribution>
-std::vector<T> draw(std::size_t count, std::uint64_t seed, Distribution distribution,
-                    double offset, double scale) {
+std::vector<T> draw(std::size_t count, std::uint64_t seed, Distribution distribution, double offset,
+                    double scale) {
   std::mt19937_64 engine(seed);
   std::vector<T> values(count);
-  for (T& v : values) v = static_cast<T>(offset + scale * distribution(engine));
+  for (T& v : values)
+    v = static_cast<T>(offset + scale * distribution(engine));
   return values;
 }
 
@@ -22,15 +23,13 @@ std::vector<T> random_normal(std::size_t count, std::uint64_t seed, double mean,
 }
 
 template <class T>
-std::vector<T> random_skewed(std::size_t count, std::uint64_t seed, double offset,
-                             double scale) {
+std::vector<T> random_skewed(std::size_t count, std::uint64_t seed, double offset, double scale) {
   return draw<T>(count, seed, std::exponential_distribution<double>(1.0), offset, scale);
 }
 
 template <class T>
 std::vector<T> random_uniform(std::size_t count, std::uint64_t seed, double low, double high) {
-  return draw<T>(count, seed, std::uniform_real_distribution<double>(0.0, 1.0), low,
-                 high - low);
+  return draw<T>(count, seed, std::uniform_real_distribution<double>(0.0, 1.0), low, high - low);
 }
 
 template std::vector<float> random_normal(std::size_t, std::uint64_t, double, double);

@@ -10,7 +10,8 @@ namespace tessel::core {
 namespace {
 
 std::string quoted_value(int count, std::va_list values) {
-  if (count < 1) return "(name not given)";
+  if (count < 1)
+    return "(name not given)";
   const char* text = va_arg(values, const char*);
   return text != nullptr ? text : "(null)";
 }
@@ -18,19 +19,20 @@ std::string quoted_value(int count, std::va_list values) {
 std::string message_text(int message, int count, std::va_list values) {
   switch (message) {
     case ORV_SERV_MSG_RUNTIME_ENTRY_MISSING:
-      return "the OpenMP offload runtime does not provide the entry " +
-             quoted_value(count, values);
+      return "the OpenMP offload runtime does not provide the entry " + quoted_value(count, values);
     case ORV_SERV_MSG_ESTIMATOR_NOT_LOADED: {
       const estimator_load* load = finished_estimator_load();
-      if (load == nullptr) return "the estimator module has not been loaded yet";
-      if (load->handle != nullptr) return "the estimator module '" + load->file + "' is unusable";
-      return "the estimator module could not be loaded from '" + load->file +
-             "': " + load->reason;
+      if (load == nullptr)
+        return "the estimator module has not been loaded yet";
+      if (load->handle != nullptr)
+        return "the estimator module '" + load->file + "' is unusable";
+      return "the estimator module could not be loaded from '" + load->file + "': " + load->reason;
     }
     case ORV_SERV_MSG_ESTIMATOR_ENTRY_MISSING: {
       const estimator_load* load = finished_estimator_load();
       std::string text = "the estimator module ";
-      if (load != nullptr) text += "'" + load->file + "' ";
+      if (load != nullptr)
+        text += "'" + load->file + "' ";
       return text + "has no entry named '" + quoted_value(count, values) + "'";
     }
     default:
@@ -45,7 +47,8 @@ void write_line(const std::string& line) {
   std::size_t left = line.size();
   while (left > 0) {
     const ssize_t written = write(STDERR_FILENO, data, left);
-    if (written <= 0) return;
+    if (written <= 0)
+      return;
     data += written;
     left -= static_cast<std::size_t>(written);
   }

@@ -17,9 +17,11 @@ struct power_sums {
   void merge(const power_sums& other) {
     w = w + other.w;
     w2 = w2 + other.w2;
-    for (int k = 0; k < 4; ++k) raw[k] = raw[k] + other.raw[k];
+    for (int k = 0; k < 4; ++k)
+      raw[k] = raw[k] + other.raw[k];
     central1 = central1 + other.central1;
-    for (int k = 0; k < 3; ++k) central[k] = central[k] + other.central[k];
+    for (int k = 0; k < 3; ++k)
+      central[k] = central[k] + other.central[k];
   }
 };
 
@@ -42,17 +44,22 @@ class power_sum_accumulator {
     if constexpr (RawDegree >= 1) {
       double term = Weighted ? w * x : x;
       raw_[0].add(term);
-      if constexpr (RawDegree >= 2) raw_[1].add(term *= x);
-      if constexpr (RawDegree >= 3) raw_[2].add(term *= x);
-      if constexpr (RawDegree >= 4) raw_[3].add(term *= x);
+      if constexpr (RawDegree >= 2)
+        raw_[1].add(term *= x);
+      if constexpr (RawDegree >= 3)
+        raw_[2].add(term *= x);
+      if constexpr (RawDegree >= 4)
+        raw_[3].add(term *= x);
     }
     if constexpr (CentralDegree >= 2) {
       const double d = (x - centre_.hi) - centre_.lo;
       double term = Weighted ? w * d : d;
       central1_.add(term);
       central_[0].add(term *= d);
-      if constexpr (CentralDegree >= 3) central_[1].add(term *= d);
-      if constexpr (CentralDegree >= 4) central_[2].add(term *= d);
+      if constexpr (CentralDegree >= 3)
+        central_[1].add(term *= d);
+      if constexpr (CentralDegree >= 4)
+        central_[2].add(term *= d);
     }
   }
 
@@ -64,9 +71,11 @@ class power_sum_accumulator {
     } else {
       sums.w = sums.w2 = double_double{static_cast<double>(count_), 0.0};
     }
-    for (int k = 0; k < RawDegree; ++k) sums.raw[k] = raw_[k].value();
+    for (int k = 0; k < RawDegree; ++k)
+      sums.raw[k] = raw_[k].value();
     sums.central1 = central1_.value();
-    for (int k = 0; k + 2 <= CentralDegree; ++k) sums.central[k] = central_[k].value();
+    for (int k = 0; k + 2 <= CentralDegree; ++k)
+      sums.central[k] = central_[k].value();
     return sums;
   }
 
@@ -86,8 +95,10 @@ struct one_pass_moments {
 
 template <int Order>
 one_pass_moments merge(const one_pass_moments& a, const one_pass_moments& b) {
-  if (a.w == 0.0) return b;
-  if (b.w == 0.0) return a;
+  if (a.w == 0.0)
+    return b;
+  if (b.w == 0.0)
+    return a;
   one_pass_moments r;
   r.w = a.w + b.w;
   const double delta = b.mean - a.mean;
@@ -100,8 +111,7 @@ one_pass_moments merge(const one_pass_moments& a, const one_pass_moments& b) {
            3.0 * delta_n * (a.w * b.m2 - b.w * a.m2);
   }
   if constexpr (Order >= 4) {
-    r.m4 = a.m4 + b.m4 +
-           delta * delta_n * delta_n * delta_n * ab * (a.w * a.w - ab + b.w * b.w) +
+    r.m4 = a.m4 + b.m4 + delta * delta_n * delta_n * delta_n * ab * (a.w * a.w - ab + b.w * b.w) +
            6.0 * delta_n * delta_n * (a.w * a.w * b.m2 + b.w * b.w * a.m2) +
            4.0 * delta_n * (a.w * b.m3 - b.w * a.m3);
   }
@@ -124,7 +134,8 @@ class one_pass_accumulator {
 
   one_pass_moments finish() const {
     one_pass_moments total = leaf_;
-    for (int level = depth_ - 1; level >= 0; --level) total = merge<Order>(stack_[level], total);
+    for (int level = depth_ - 1; level >= 0; --level)
+      total = merge<Order>(stack_[level], total);
     return total;
   }
 

@@ -60,7 +60,8 @@ constexpr estimate_description descriptions[basic_estimates] = {
 
 constexpr std::uint64_t provided_bits() {
   std::uint64_t bits = 0;
-  for (const auto& d : descriptions) bits |= d.bit;
+  for (const auto& d : descriptions)
+    bits |= d.bit;
   return bits;
 }
 
@@ -80,15 +81,18 @@ std::int32_t make_request(const ss_task& task, std::uint64_t mask, std::intptr_t
   for (int e = 0; e < basic_estimates; ++e) {
     const estimate_description& d = descriptions[e];
     // With a user mean, `mean` is input: it is neither computed nor written.
-    if ((mask & d.bit) == 0 || (e == mean && user_mean)) continue;
+    if ((mask & d.bit) == 0 || (e == mean && user_mean))
+      continue;
     r.out[e] = static_cast<T*>(task.*d.field);
-    if (r.out[e] == nullptr) return SS_STATUS_NULL_RESULT;
+    if (r.out[e] == nullptr)
+      return SS_STATUS_NULL_RESULT;
     r.raw_degree = std::max(r.raw_degree, d.raw_degree);
     r.central_degree = std::max(r.central_degree, d.central_degree);
   }
   if (user_mean && r.central_degree > 0) {
     r.user_mean = static_cast<const T*>(task.mean);
-    if (r.user_mean == nullptr) return SS_STATUS_NULL_RESULT;
+    if (r.user_mean == nullptr)
+      return SS_STATUS_NULL_RESULT;
   }
   return SS_STATUS_OK;
 }
@@ -115,7 +119,8 @@ struct group_dims {
   int count = 0;
   group_dims(const task_shape& shape, std::int64_t d0, std::int64_t d1) {
     for (std::int64_t k = d0; k < d1; ++k) {
-      if (shape.selected(k)) d[count++] = k;
+      if (shape.selected(k))
+        d[count++] = k;
     }
   }
 };
@@ -130,8 +135,7 @@ std::vector<power_sums> sums_pass(const stage_data<T>& data, int raw_degree, int
     with_raw_degree(raw_degree, [&](auto raw) {
       with_central_degree(central_degree, [&](auto central) {
         with_weights(data.weights != nullptr, [&](auto weighted) {
-          using accumulator = power_sum_accumulator<decltype(raw)::value,
-                                                    decltype(central)::value,
+          using accumulator = power_sum_accumulator<decltype(raw)::value, decltype(central)::value,
                                                     decltype(weighted)::value>;
           accumulator acc[max_group_dims];
           for (int k = 0; k < dims.count; ++k) {
@@ -141,21 +145,20 @@ std::vector<power_sums> sums_pass(const stage_data<T>& data, int raw_degree, int
             for (int k = 0; k < dims.count; ++k) {
               accumulator a = acc[k];  // a local, so that it lives in registers
               for (std::int64_t i = c0; i < c1; ++i) {
-                a.add(data.value(dims.d[k], i),
-                      decltype(weighted)::value ? data.weight(i) : 1.0);
+                a.add(data.value(dims.d[k], i), decltype(weighted)::value ? data.weight(i) : 1.0);
               }
               acc[k] = a;
             }
           });
-          for (int k = 0; k < dims.count; ++k) out[dims.d[k] - d0] = acc[k].finish();
+          for (int k = 0; k < dims.count; ++k)
+            out[dims.d[k] - d0] = acc[k].finish();
         });
       });
     });
   };
-  return reduce_blocks<power_sums>(data.shape, data.threads, block,
-                                   [](power_sums& total, const power_sums& part) {
-                                     total.merge(part);
-                                   });
+  return reduce_blocks<power_sums>(
+      data.shape, data.threads, block,
+      [](power_sums& total, const power_sums& part) { total.merge(part); });
 }
 
 struct one_pass_result {
@@ -196,8 +199,7 @@ std::vector<one_pass_result> one_pass(const stage_data<T>& data, int raw_degree,
             }
           });
           for (int k = 0; k < dims.count; ++k) {
-            out[dims.d[k] - d0] = {sums[k].finish(), moments[k].finish(),
-                                   data.value(dims.d[k], 0)};
+            out[dims.d[k] - d0] = {sums[k].finish(), moments[k].finish(), data.value(dims.d[k], 0)};
           }
         });
       });
@@ -205,7 +207,8 @@ std::vector<one_pass_result> one_pass(const stage_data<T>& data, int raw_degree,
   };
   const int order = central_degree;
   return reduce_blocks<one_pass_result>(
-      data.shape, data.threads, block, [order](one_pass_result& total, const one_pass_result& part) {
+      data.shape, data.threads, block,
+      [order](one_pass_result& total, const one_pass_result& part) {
         total.sums.merge(part.sums);
         with_central_degree(order, [&](auto o) {
           total.moments = merge<decltype(o)::value>(total.moments, part.moments);
@@ -215,22 +218,27 @@ std::vector<one_pass_result> one_pass(const stage_data<T>& data, int raw_degree,
 
 // Everything the results of one dimension are made from.
 struct dimension_sums {
-  power_sums sums;                 // W, W2, raw sums
-  double_double central[3] = {};   // central sums of degree 2..4
-  double_double centre;            // what the central sums are about
+  power_sums sums;                // W, W2, raw sums
+  double_double central[3] = {};  // central sums of degree 2..4
+  double_double centre;           // what the central sums are about
 };
 
 template <class T>
 void store(const request<T>& r, std::int64_t d, const dimension_sums& s) {
   const auto put = [&](int e, double value) {
-    if (r.out[e] != nullptr) r.out[e][d] = static_cast<T>(value);
+    if (r.out[e] != nullptr)
+      r.out[e][d] = static_cast<T>(value);
   };
   const double_double& w = s.sums.w;
   put(mean, to_double(s.sums.raw[0] / w));
-  for (int k = 2; k <= 4; ++k) put(raw_moment2 + k - 2, to_double(s.sums.raw[k - 1] / w));
-  for (int k = 1; k <= 4; ++k) put(sum + k - 1, to_double(s.sums.raw[k - 1]));
-  for (int k = 2; k <= 4; ++k) put(central_sum2 + k - 2, to_double(s.central[k - 2]));
-  if (r.central_degree == 0) return;
+  for (int k = 2; k <= 4; ++k)
+    put(raw_moment2 + k - 2, to_double(s.sums.raw[k - 1] / w));
+  for (int k = 1; k <= 4; ++k)
+    put(sum + k - 1, to_double(s.sums.raw[k - 1]));
+  for (int k = 2; k <= 4; ++k)
+    put(central_sum2 + k - 2, to_double(s.central[k - 2]));
+  if (r.central_degree == 0)
+    return;
   // The variance carries the W / (W^2 - W2) correction; higher moments are over W alone.
   const double v = to_double(s.central[0] * (w / (w * w - s.sums.w2)));
   const double m3 = to_double(s.central[1] / w);
@@ -266,12 +274,14 @@ void compute(const stage_data<T>& data, std::intptr_t method, const request<T>& 
   std::vector<dimension_sums> dims(static_cast<std::size_t>(shape.n_dims));
   if (r.central_degree == 0) {
     const auto sums = sums_pass(data, r.raw_degree, 0, nullptr);
-    for (std::int64_t d = 0; d < shape.n_dims; ++d) dims[d].sums = sums[d];
+    for (std::int64_t d = 0; d < shape.n_dims; ++d)
+      dims[d].sums = sums[d];
   } else if (method == SS_METHOD_TWO_PASS) {
     const auto first = sums_pass(data, std::max(r.raw_degree, 1), 0, nullptr);
     std::vector<double_double> centres(static_cast<std::size_t>(shape.n_dims));
     for (std::int64_t d = 0; d < shape.n_dims; ++d) {
-      if (shape.selected(d)) centres[d] = first[d].raw[0] / first[d].w;
+      if (shape.selected(d))
+        centres[d] = first[d].raw[0] / first[d].w;
     }
     const auto second = sums_pass(data, 0, r.central_degree, &centres);
     for (std::int64_t d = 0; d < shape.n_dims; ++d) {
@@ -291,17 +301,20 @@ void compute(const stage_data<T>& data, std::intptr_t method, const request<T>& 
   } else {
     std::vector<double_double> centres(static_cast<std::size_t>(shape.n_dims));
     for (std::int64_t d = 0; d < shape.n_dims; ++d) {
-      if (shape.selected(d)) centres[d] = {static_cast<double>(r.user_mean[d]), 0.0};
+      if (shape.selected(d))
+        centres[d] = {static_cast<double>(r.user_mean[d]), 0.0};
     }
     const auto sums = sums_pass(data, r.raw_degree, r.central_degree, &centres);
     for (std::int64_t d = 0; d < shape.n_dims; ++d) {
       dims[d].sums = sums[d];
       dims[d].centre = centres[d];
-      for (int k = 0; k < 3; ++k) dims[d].central[k] = sums[d].central[k];
+      for (int k = 0; k < 3; ++k)
+        dims[d].central[k] = sums[d].central[k];
     }
   }
   for (std::int64_t d = 0; d < shape.n_dims; ++d) {
-    if (shape.selected(d)) store(r, d, dims[d]);
+    if (shape.selected(d))
+      store(r, d, dims[d]);
   }
 }
 
@@ -311,15 +324,19 @@ template <class T>
 std::int32_t basic_stage(ss_task* task, std::uint64_t estimate_mask, std::intptr_t method,
                          const ss_threading_entry* threading_table) {
   task_shape shape;
-  if (const std::int32_t status = read_task_shape(task, sizeof(T), shape)) return status;
-  if ((estimate_mask & SS_STAGE_BASIC) == 0) return SS_STATUS_OK;
-  if ((estimate_mask & SS_STAGE_BASIC & ~provided_bits()) != 0) return SS_STATUS_NOT_PROVIDED;
-  if (!known_method(method)) return SS_STATUS_BAD_METHOD;
+  if (const std::int32_t status = read_task_shape(task, sizeof(T), shape))
+    return status;
+  if ((estimate_mask & SS_STAGE_BASIC) == 0)
+    return SS_STATUS_OK;
+  if ((estimate_mask & SS_STAGE_BASIC & ~provided_bits()) != 0)
+    return SS_STATUS_NOT_PROVIDED;
+  if (!known_method(method))
+    return SS_STATUS_BAD_METHOD;
   request<T> r;
-  if (const std::int32_t status = make_request(*task, estimate_mask, method, r)) return status;
+  if (const std::int32_t status = make_request(*task, estimate_mask, method, r))
+    return status;
   const stage_data<T> data{static_cast<const T*>(task->observations),
-                           static_cast<const T*>(task->weights), shape,
-                           threading(threading_table)};
+                           static_cast<const T*>(task->weights), shape, threading(threading_table)};
   try {
     compute(data, method, r);
   } catch (const std::bad_alloc&) {

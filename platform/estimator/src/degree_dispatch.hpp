@@ -13,11 +13,21 @@ using degree = std::integral_constant<int, N>;
 template <class F>
 void with_raw_degree(int n, F&& f) {
   switch (n) {
-    case 0: f(degree<0>{}); break;
-    case 1: f(degree<1>{}); break;
-    case 2: f(degree<2>{}); break;
-    case 3: f(degree<3>{}); break;
-    default: f(degree<4>{}); break;
+    case 0:
+      f(degree<0>{});
+      break;
+    case 1:
+      f(degree<1>{});
+      break;
+    case 2:
+      f(degree<2>{});
+      break;
+    case 3:
+      f(degree<3>{});
+      break;
+    default:
+      f(degree<4>{});
+      break;
   }
 }
 
@@ -25,10 +35,18 @@ void with_raw_degree(int n, F&& f) {
 template <class F>
 void with_central_degree(int n, F&& f) {
   switch (n) {
-    case 0: f(degree<0>{}); break;
-    case 2: f(degree<2>{}); break;
-    case 3: f(degree<3>{}); break;
-    default: f(degree<4>{}); break;
+    case 0:
+      f(degree<0>{});
+      break;
+    case 2:
+      f(degree<2>{});
+      break;
+    case 3:
+      f(degree<3>{});
+      break;
+    default:
+      f(degree<4>{});
+      break;
   }
 }
 

@@ -20,7 +20,9 @@ TESSEL_EXPORT int32_t __ksudSSNewTask(ss_task** place, const void* dims, const v
                                       int64_t int_width) {
   return new_task(place, dims, obs_count, storage, observations, weights, indices, int_width);
 }
-TESSEL_EXPORT int32_t __ksuSSDeleteTask(ss_task** place) { return delete_task(place); }
+TESSEL_EXPORT int32_t __ksuSSDeleteTask(ss_task** place) {
+  return delete_task(place);
+}
 TESSEL_EXPORT int32_t __ksusSSEditTask(ss_task* task, int64_t field, float* values) {
   return edit_task(task, field, values);
 }
@@ -32,14 +34,14 @@ TESSEL_EXPORT int32_t __ksusSSEditMoments(ss_task* task, float* mean, float* raw
                                           float* central4) {
   return edit_moments(task, mean, raw2, raw3, raw4, central2, central3, central4);
 }
-TESSEL_EXPORT int32_t __ksudSSEditMoments(ss_task* task, double* mean, double* raw2,
-                                          double* raw3, double* raw4, double* central2,
-                                          double* central3, double* central4) {
+TESSEL_EXPORT int32_t __ksudSSEditMoments(ss_task* task, double* mean, double* raw2, double* raw3,
+                                          double* raw4, double* central2, double* central3,
+                                          double* central4) {
   return edit_moments(task, mean, raw2, raw3, raw4, central2, central3, central4);
 }
-TESSEL_EXPORT int32_t __ksusSSEditSums(ss_task* task, float* sum, float* raw_sum2,
-                                       float* raw_sum3, float* raw_sum4, float* central_sum2,
-                                       float* central_sum3, float* central_sum4) {
+TESSEL_EXPORT int32_t __ksusSSEditSums(ss_task* task, float* sum, float* raw_sum2, float* raw_sum3,
+                                       float* raw_sum4, float* central_sum2, float* central_sum3,
+                                       float* central_sum4) {
   return edit_sums(task, sum, raw_sum2, raw_sum3, raw_sum4, central_sum2, central_sum3,
                    central_sum4);
 }
@@ -60,11 +62,11 @@ static_assert(std::is_same_v<decltype(&__ksudSSEditMoments), ss_edit_moments_d_f
 static_assert(std::is_same_v<decltype(&__ksusSSEditSums), ss_edit_sums_s_fn>);
 static_assert(std::is_same_v<decltype(&__ksudSSEditSums), ss_edit_sums_d_fn>);
 
-#define TESSEL_STAGE(name, body)                                                      \
+#define TESSEL_STAGE(name, body)                                                     \
   TESSEL_EXPORT int32_t name(ss_task* task, uint64_t estimate_mask, intptr_t method, \
                              const ss_threading_entry* threading_table) {            \
     return body(task, estimate_mask, method, threading_table);                       \
-  }                                                                                   \
+  }                                                                                  \
   static_assert(std::is_same_v<decltype(&name), ss_stage_fn>);
 
 TESSEL_STAGE(_ksusSSBasic, basic_stage<float>)

@@ -3,10 +3,12 @@
 namespace tessel::estimator {
 namespace {
 
-constexpr std::int64_t min_block_length = 2048;   // below this a task costs more than it does
-constexpr std::int64_t tasks_per_thread = 4;      // room to balance uneven tasks
+constexpr std::int64_t min_block_length = 2048;  // below this a task costs more than it does
+constexpr std::int64_t tasks_per_thread = 4;     // room to balance uneven tasks
 
-std::int64_t ceil_div(std::int64_t a, std::int64_t b) { return a / b + (a % b != 0 ? 1 : 0); }
+std::int64_t ceil_div(std::int64_t a, std::int64_t b) {
+  return a / b + (a % b != 0 ? 1 : 0);
+}
 
 }  // namespace
 

@@ -36,7 +36,8 @@ template <class F>
 void for_each_chunk(const task_shape& shape, std::int64_t i0, std::int64_t i1, F&& f) {
   constexpr std::int64_t column_chunk_length = 2048;  // 128 KiB of 64-byte lines
   const std::int64_t chunk = shape.obs_stride == 1 ? i1 - i0 : column_chunk_length;
-  for (std::int64_t c0 = i0; c0 < i1; c0 += chunk) f(c0, std::min(c0 + chunk, i1));
+  for (std::int64_t c0 = i0; c0 < i1; c0 += chunk)
+    f(c0, std::min(c0 + chunk, i1));
 }
 
 // The threading table as a stage uses it. Without a table, or without a `for` entry in it,
@@ -44,7 +45,8 @@ void for_each_chunk(const task_shape& shape, std::int64_t i0, std::int64_t i1, F
 class threading {
  public:
   explicit threading(const ss_threading_entry* table) {
-    if (table == nullptr || table[SS_THREADER_FOR] == nullptr) return;
+    if (table == nullptr || table[SS_THREADER_FOR] == nullptr)
+      return;
     for_ = reinterpret_cast<orv_ksu_serv_threader_for_fn>(table[SS_THREADER_FOR]);
     if (table[SS_THREADER_GET_NUM_THREADS_LIMIT] != nullptr) {
       const auto limit = reinterpret_cast<orv_ksu_serv_threader_get_num_threads_limit_fn>(
@@ -59,12 +61,12 @@ class threading {
   template <class Body>
   void for_each(std::int64_t count, Body& body) const {
     if (for_ == nullptr) {
-      for (std::int64_t i = 0; i < count; ++i) body(i);
+      for (std::int64_t i = 0; i < count; ++i)
+        body(i);
       return;
     }
-    for_(count, 0, &body, [](void* context, std::int64_t index, int) {
-      (*static_cast<Body*>(context))(index);
-    });
+    for_(count, 0, &body,
+         [](void* context, std::int64_t index, int) { (*static_cast<Body*>(context))(index); });
   }
 
  private:
@@ -77,8 +79,8 @@ class threading {
 // merge(total, part) folds the blocks of a dimension in order. Unselected dimensions keep a
 // value-initialised Result.
 template <class Result, class Block, class Merge>
-std::vector<Result> reduce_blocks(const task_shape& shape, const threading& threads,
-                                  Block&& block, Merge&& merge) {
+std::vector<Result> reduce_blocks(const task_shape& shape, const threading& threads, Block&& block,
+                                  Merge&& merge) {
   const work_split split = split_work(shape, threads.threads());
   const std::int64_t dpg = split.dims_per_group;
   // Block 0 of each group writes its dimensions' totals directly; later blocks go aside.
@@ -89,8 +91,9 @@ std::vector<Result> reduce_blocks(const task_shape& shape, const threading& thre
     const std::int64_t d0 = group * dpg, d1 = std::min(d0 + dpg, shape.n_dims);
     const std::int64_t i0 = b * split.block_length;
     const std::int64_t i1 = std::min(i0 + split.block_length, shape.n_obs);
-    Result* out = b == 0 ? &totals[static_cast<std::size_t>(d0)]
-                         : &later[static_cast<std::size_t>((group * (split.n_blocks - 1) + b - 1) * dpg)];
+    Result* out =
+        b == 0 ? &totals[static_cast<std::size_t>(d0)]
+               : &later[static_cast<std::size_t>((group * (split.n_blocks - 1) + b - 1) * dpg)];
     block(d0, d1, i0, i1, out);
   };
   threads.for_each(split.n_tasks(), reduce_task);
@@ -98,10 +101,12 @@ std::vector<Result> reduce_blocks(const task_shape& shape, const threading& thre
     auto merge_group = [&](std::int64_t group) {
       const std::int64_t d0 = group * dpg, d1 = std::min(d0 + dpg, shape.n_dims);
       for (std::int64_t d = d0; d < d1; ++d) {
-        if (!shape.selected(d)) continue;
+        if (!shape.selected(d))
+          continue;
         for (std::int64_t b = 1; b < split.n_blocks; ++b) {
           merge(totals[static_cast<std::size_t>(d)],
-                later[static_cast<std::size_t>((group * (split.n_blocks - 1) + b - 1) * dpg + d - d0)]);
+                later[static_cast<std::size_t>((group * (split.n_blocks - 1) + b - 1) * dpg + d -
+                                               d0)]);
         }
       }
     };

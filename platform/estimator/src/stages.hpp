@@ -8,9 +8,9 @@
 namespace tessel::estimator {
 
 template <class T>
-std::int32_t new_task(ss_task** place, const void* dims, const void* obs_count,
-                      const void* storage, const T* observations, const T* weights,
-                      const std::int64_t* indices, std::int64_t int_width);
+std::int32_t new_task(ss_task** place, const void* dims, const void* obs_count, const void* storage,
+                      const T* observations, const T* weights, const std::int64_t* indices,
+                      std::int64_t int_width);
 std::int32_t delete_task(ss_task** place);
 template <class T>
 std::int32_t edit_task(ss_task* task, std::int64_t field, T* values);

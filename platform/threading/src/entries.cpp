@@ -10,13 +10,16 @@ namespace {
 
 int participants_for(std::int64_t count, int max_threads) {
   int participants = pool::instance().participants_limit();
-  if (max_threads > 0 && max_threads < participants) participants = max_threads;
-  if (count < participants) participants = static_cast<int>(count);
+  if (max_threads > 0 && max_threads < participants)
+    participants = max_threads;
+  if (count < participants)
+    participants = static_cast<int>(count);
   return participants;
 }
 
 void run_loop(std::int64_t count, int max_threads, loop_body body, void* state) {
-  if (count <= 0) return;
+  if (count <= 0)
+    return;
   loop job(count, participants_for(count, max_threads), body, state);
   pool::instance().run(job);
 }
@@ -67,7 +70,8 @@ void run_ordered_iteration(void* state, std::int64_t index, int thread_index) {
 
 void run_section(void* state, std::int64_t index, int) {
   const auto& section = static_cast<const orv_ksu_serv_threader_section*>(state)[index];
-  if (section.run != nullptr) section.run(section.context);
+  if (section.run != nullptr)
+    section.run(section.context);
 }
 
 }  // namespace
@@ -79,12 +83,14 @@ extern "C" {
 
 void orv_ksu_serv_threader_for(int64_t count, int max_threads, void* context,
                                orv_ksu_serv_threader_for_body body) {
-  if (body != nullptr) run_loop(count, max_threads, body, context);
+  if (body != nullptr)
+    run_loop(count, max_threads, body, context);
 }
 
 void orv_ksu_serv_threader_for_ordered(int64_t count, int max_threads, void* context,
                                        orv_ksu_serv_threader_for_ordered_body body) {
-  if (body == nullptr || count <= 0) return;
+  if (body == nullptr || count <= 0)
+    return;
   ordered_loop job{context, body, {}};
   run_loop(count, max_threads, run_ordered_iteration, &job);
 }
@@ -92,16 +98,17 @@ void orv_ksu_serv_threader_for_ordered(int64_t count, int max_threads, void* con
 void orv_ksu_serv_threader_sections(int64_t count, int max_threads,
                                     const orv_ksu_serv_threader_section* sections) {
   if (sections != nullptr) {
-    run_loop(count, max_threads, run_section,
-             const_cast<orv_ksu_serv_threader_section*>(sections));
+    run_loop(count, max_threads, run_section, const_cast<orv_ksu_serv_threader_section*>(sections));
   }
 }
 
 void orv_ksu_serv_threader_ordered(orv_ksu_serv_threader_iteration* iteration, void* context,
                                    orv_ksu_serv_threader_task section) {
-  if (iteration == nullptr || iteration->passed) return;
+  if (iteration == nullptr || iteration->passed)
+    return;
   iteration->turns->wait_for(iteration->index);
-  if (section != nullptr) section(context);
+  if (section != nullptr)
+    section(context);
   iteration->passed = true;
   iteration->turns->pass(iteration->index);
 }

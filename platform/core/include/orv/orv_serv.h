@@ -11,9 +11,9 @@ extern "C" {
 
 /* Message numbers of orv_serv_print, with the values that follow each one. */
 enum {
-  ORV_SERV_MSG_RUNTIME_ENTRY_MISSING = 3,     /* one value: const char*, the entry's name */
-  ORV_SERV_MSG_ESTIMATOR_NOT_LOADED = 771,    /* no value */
-  ORV_SERV_MSG_ESTIMATOR_ENTRY_MISSING = 772  /* one value: const char*, the entry's name */
+  ORV_SERV_MSG_RUNTIME_ENTRY_MISSING = 3,    /* one value: const char*, the entry's name */
+  ORV_SERV_MSG_ESTIMATOR_NOT_LOADED = 771,   /* no value */
+  ORV_SERV_MSG_ESTIMATOR_ENTRY_MISSING = 772 /* one value: const char*, the entry's name */
 };
 
 /* Loads the estimator module on the first call and returns its dlopen handle, the same one on

@@ -15,12 +15,12 @@ extern "C" {
 #endif
 
 typedef struct ss_task {
-  int32_t int_width;     /*   0: 0 = counts and storage word are int32_t, otherwise int64_t */
-  int32_t unused_4;      /*   4 */
-  int64_t element_size;  /*   8: the module's own: sizeof the element type the record was
-                          *      made for by NewTask; 0 (a record made elsewhere) is not checked */
-  const void* dims;      /*  16: number of dimensions */
-  const void* obs_count; /*  24: number of observations */
+  int32_t int_width;        /*   0: 0 = counts and storage word are int32_t, otherwise int64_t */
+  int32_t unused_4;         /*   4 */
+  int64_t element_size;     /*   8: the module's own: sizeof the element type the record was
+                             *      made for by NewTask; 0 (a record made elsewhere) is not checked */
+  const void* dims;         /*  16: number of dimensions */
+  const void* obs_count;    /*  24: number of observations */
   const void* indices;      /*  32: selection, one element per dimension, non-zero selects,
                              *      or null; the module reads int64_t elements */
   const void* observations; /*  40: the matrix */
@@ -87,11 +87,12 @@ SS_TASK_STATIC_ASSERT(offsetof(ss_task, max) == 232, "max");
 #define SS_STORAGE_ROW_MAJOR INT64_C(0x10000) /* x[d * n_obs + i] */
 #define SS_STORAGE_COL_MAJOR INT64_C(0x20000) /* x[d + i * n_dims] */
 
-/* Method values of a stage. */
-#define SS_METHOD_TWO_PASS INT64_C(1)    /* mean first, then sums about it */
-#define SS_METHOD_ONE_PASS INT64_C(2)    /* one pass of mergeable updates */
-#define SS_METHOD_USER_MEAN INT64_C(256) /* `mean` is input, read and never written: central
-                                          * estimates are about it, and SS_MEAN asks nothing */
+/* Method values of a stage: two passes (the mean, then sums about it); one pass of mergeable
+ * updates; or central estimates about the caller's means, given in `mean`, which is then
+ * input, read and never written (SS_MEAN asks for nothing). */
+#define SS_METHOD_TWO_PASS INT64_C(1)
+#define SS_METHOD_ONE_PASS INT64_C(2)
+#define SS_METHOD_USER_MEAN INT64_C(256)
 
 /* Bits of the estimate mask. */
 #define SS_MEAN UINT64_C(0x1)
@@ -148,8 +149,8 @@ SS_TASK_STATIC_ASSERT(offsetof(ss_task, max) == 232, "max");
 #define SS_STATUS_NULL_STORAGE (-4044)
 #define SS_STATUS_NULL_RESULT (-4050) /* a wanted estimate has no array (or no mean to use) */
 #define SS_STATUS_BAD_METHOD (-4051)
-#define SS_STATUS_BAD_FIELD (-4052)   /* EditTask with a field number not in use */
-#define SS_STATUS_WRONG_TYPE (-4053)  /* a float entry given a double task, or the reverse */
+#define SS_STATUS_BAD_FIELD (-4052)  /* EditTask with a field number not in use */
+#define SS_STATUS_WRONG_TYPE (-4053) /* a float entry given a double task, or the reverse */
 #define SS_STATUS_NO_MEMORY (-4054)
 #define SS_STATUS_NOT_PROVIDED (-4099) /* a stage or an estimate this module does not compute */
 
@@ -180,15 +181,15 @@ typedef int32_t (*ss_edit_task_d_fn)(ss_task* task, int64_t field, double* value
 typedef int32_t (*ss_edit_moments_s_fn)(ss_task* task, float* mean, float* raw2, float* raw3,
                                         float* raw4, float* central2, float* central3,
                                         float* central4);
-typedef int32_t (*ss_edit_moments_d_fn)(ss_task* task, double* mean, double* raw2,
-                                        double* raw3, double* raw4, double* central2,
-                                        double* central3, double* central4);
-typedef int32_t (*ss_edit_sums_s_fn)(ss_task* task, float* sum, float* raw_sum2,
-                                     float* raw_sum3, float* raw_sum4, float* central_sum2,
-                                     float* central_sum3, float* central_sum4);
-typedef int32_t (*ss_edit_sums_d_fn)(ss_task* task, double* sum, double* raw_sum2,
-                                     double* raw_sum3, double* raw_sum4, double* central_sum2,
-                                     double* central_sum3, double* central_sum4);
+typedef int32_t (*ss_edit_moments_d_fn)(ss_task* task, double* mean, double* raw2, double* raw3,
+                                        double* raw4, double* central2, double* central3,
+                                        double* central4);
+typedef int32_t (*ss_edit_sums_s_fn)(ss_task* task, float* sum, float* raw_sum2, float* raw_sum3,
+                                     float* raw_sum4, float* central_sum2, float* central_sum3,
+                                     float* central_sum4);
+typedef int32_t (*ss_edit_sums_d_fn)(ss_task* task, double* sum, double* raw_sum2, double* raw_sum3,
+                                     double* raw_sum4, double* central_sum2, double* central_sum3,
+                                     double* central_sum4);
 /* A stage: computes the estimates of its group that the mask asks for. */
 typedef int32_t (*ss_stage_fn)(ss_task* task, uint64_t estimate_mask, intptr_t method,
                                const ss_threading_entry* threading_table);

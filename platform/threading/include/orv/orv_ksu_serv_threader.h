@@ -29,8 +29,8 @@ typedef void (*orv_ksu_serv_threader_for_body)(void* context, int64_t index, int
 typedef struct orv_ksu_serv_threader_iteration orv_ksu_serv_threader_iteration;
 
 typedef void (*orv_ksu_serv_threader_for_ordered_body)(void* context, int64_t index,
-                                                        int thread_index,
-                                                        orv_ksu_serv_threader_iteration* iteration);
+                                                       int thread_index,
+                                                       orv_ksu_serv_threader_iteration* iteration);
 
 /* A piece of work that takes only its context: a section, or the ordered part of an
  * iteration. */
@@ -63,8 +63,7 @@ ORV_KSU_SERV_THREADER_API void orv_ksu_serv_threader_sections(
  * section(context). An iteration whose body returns without calling it passes its turn on
  * by itself. A null iteration, or a second call for the same iteration, does nothing. */
 ORV_KSU_SERV_THREADER_API void orv_ksu_serv_threader_ordered(
-    orv_ksu_serv_threader_iteration* iteration, void* context,
-    orv_ksu_serv_threader_task section);
+    orv_ksu_serv_threader_iteration* iteration, void* context, orv_ksu_serv_threader_task section);
 
 /* The most threads that one loop can run on: the pool's threads and the caller. */
 ORV_KSU_SERV_THREADER_API int orv_ksu_serv_threader_get_num_threads_limit(void);
