@@ -2,6 +2,7 @@
 // device is asked, the devices and methods refused, and a failed dependency on the GPU road.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <stdexcept>
@@ -267,10 +268,13 @@ TEST(Dependencies, FailedDependencyIsThrownByTheGpuCall) {
                     std::rethrow_exception(error);
                   }
                 }};
-  std::vector<float> values = {1, 2, 3, 4};
+  float* values = sycl::malloc_shared<float>(4, q);
   float* out = sycl::malloc_shared<float>(1, q);
+  std::fill(values, values + 4, 0.0F);
+  values[0] = 1;
+  values[3] = 9;
   *out = -1.0F;
-  const st::dataset<st::layout::row_major, float*> data(1, 4, values.data());
+  const st::dataset<st::layout::row_major, float*> data(1, 4, values);
   sycl::event failed = q.submit([](sycl::handler& cgh) {
     cgh.host_task([] { throw std::runtime_error("dependency failed"); });
   });
@@ -287,6 +291,25 @@ TEST(Dependencies, FailedDependencyIsThrownByTheGpuCall) {
             sycl::info::event_command_status::complete);
   EXPECT_EQ(*out, 2.5F);
   sycl::free(out, q);
+  sycl::free(values, q);
+}
+
+// Without an asynchronous handler the runtime's default one reports the dependency's error and
+// ends the process, from inside the call.
+void mean_after_failed_dependency_without_handler() {
+  sycl::queue q{sycl::gpu_selector_v};
+  std::vector<float> values = {1, 2, 3, 4};
+  std::vector<float> out(1, -1.0F);
+  const st::dataset<st::layout::row_major, float*> data(1, 4, values.data());
+  sycl::event failed = q.submit([](sycl::handler& cgh) {
+    cgh.host_task([] { throw std::runtime_error("dependency failed"); });
+  });
+  st::mean<st::method::fast, float, st::layout::row_major>(q, data, out.data(), {failed});
+}
+
+TEST(DependenciesDeathTest, FailedDependencyWithoutHandlerEndsTheProcess) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_DEATH(mean_after_failed_dependency_without_handler(), "dependency failed");
 }
 
 }  // namespace

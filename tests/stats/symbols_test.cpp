@@ -117,7 +117,8 @@ std::string signature(const statistic_row& row, int method, const std::string& t
   if (user_mean) {
     text += handle + ", ";
   }
-  text += "vorlex::orv::stats::dataset<" + L + ", " + handle + "> const&";
+  // The demangler separates closing brackets: "> >".
+  text += "vorlex::orv::stats::dataset<" + L + ", " + handle + (usm ? "" : " ") + "> const&";
   for (int k = 0; k < row.outputs; ++k) {
     text += ", " + handle;
   }
@@ -157,7 +158,7 @@ TEST(Symbols, ExactlyTheStatisticsEntriesWithTheirSignatures) {
   std::map<std::string, unsigned long> entries;  // NOLINT(google-runtime-int)
   for (const dynamic_symbol& s : defined_dynamic_symbols()) {
     if (s.name.find("vorlex::orv::stats::") != std::string::npos) {
-      EXPECT_EQ(s.type, 'T') << s.name;
+      EXPECT_TRUE(s.type == 'T' || s.type == 'W') << "not code: " << s.name;
       EXPECT_TRUE(entries.emplace(s.name, s.address).second) << "twice: " << s.name;
     }
   }
