@@ -1,6 +1,6 @@
 #include "cli.hpp"
 
-#include <map>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
@@ -9,60 +9,59 @@
 namespace tessel {
 namespace {
 
-// Maps the words an option accepts to values; CLI11 refuses any other word.
-template <class Value>
-CLI::Option* add_choice(CLI::App& app, const std::string& name, Value& target,
-                        const std::map<std::string, Value>& choices, const std::string& help) {
-  return app.add_option(name, target, help)->transform(CLI::CheckedTransformer(choices));
+// An option that takes one of a few words; CLI11 refuses any other.
+CLI::Option* add_word(CLI::App& app, const std::string& name, std::string& target,
+                      const std::vector<std::string>& words, const std::string& help) {
+  std::string listed;
+  for (const std::string& word : words) listed += (listed.empty() ? "" : "|") + word;
+  return app.add_option(name, target, help)
+      ->check(CLI::IsMember(words).description(""))
+      ->type_name(listed);
 }
 
 struct describe_fields {
   describe_options options;
   std::string file, type, dims, weights_file, weights_column, mean_file, delimiter;
+  std::string rows_are = "observations", output = "table", header = "auto";
 };
 
 void add_describe(CLI::App& app, describe_fields& fields) {
   CLI::App& describe = *app.add_subcommand(
       "describe", "Describe every dimension of a CSV or .npy file (the sample dataset without FILE)");
   describe_options& options = fields.options;
-  describe.add_option("FILE", fields.file, "CSV or NumPy .npy file");
+  describe.add_option("FILE", fields.file, "CSV or NumPy .npy file")->type_name("FILE");
   describe.add_option("--device", options.device,
-                      "auto, cpu, gpu, or a device's name as `tessel devices` lists it")
-      ->default_str("auto");
-  describe.add_option("--type", fields.type, "Element type: float or double (default: double, "
-                                             "or what a .npy file stores)")
-      ->check(CLI::IsMember({"float", "double"}));
-  describe.add_option("--dims", fields.dims,
-                      "Dimensions to describe: indices from 0, ranges and names, e.g. 0,2,5-7");
-  CLI::Option* weights = describe.add_option("--weights", fields.weights_file,
-                                             "File of one weight per observation");
+                      "auto, cpu, gpu, or a device's name as `tessel devices` lists it "
+                      "(default: auto)")
+      ->type_name("DEVICE");
+  add_word(describe, "--type", fields.type, {"float", "double"},
+           "Element type (default: double, or what a .npy file stores)");
+  describe
+      .add_option("--dims", fields.dims,
+                  "Dimensions to describe: indices from 0, ranges and names, e.g. 0,2,5-7")
+      ->type_name("LIST");
+  CLI::Option* weights =
+      describe.add_option("--weights", fields.weights_file, "File of one weight per observation")
+          ->type_name("FILE");
   describe
       .add_option("--weights-column", fields.weights_column,
                   "Column (name, or number from 0) that holds the weights; it is then no dimension")
+      ->type_name("COLUMN")
       ->excludes(weights);
-  describe.add_option("--mean", fields.mean_file,
-                      "File of one mean per dimension: central statistics are taken about it");
-  add_choice<rows_are>(describe, "--rows-are", options.orientation,
-                       {{"observations", rows_are::observations},
-                        {"dimensions", rows_are::dimensions}},
-                       "What a file row (axis 0 of an array) is: observations or dimensions")
-      ->default_str("observations");
-  add_choice<output_format>(describe, "--output", options.output,
-                            {{"table", output_format::table},
-                             {"csv", output_format::csv},
-                             {"json", output_format::json}},
-                            "table, csv or json")
-      ->default_str("table");
+  describe
+      .add_option("--mean", fields.mean_file,
+                  "File of one mean per dimension (or per selected dimension): central "
+                  "statistics are taken about it")
+      ->type_name("FILE");
+  add_word(describe, "--rows-are", fields.rows_are, {"observations", "dimensions"},
+           "What a file row (axis 0 of an array) holds (default: observations)");
+  add_word(describe, "--output", fields.output, {"table", "csv", "json"},
+           "Output format (default: table)");
   describe.add_flag("--all", options.all, "Also the raw and central sums and moments");
-  describe.add_option("--delimiter", fields.delimiter,
-                      "CSV delimiter: , ; or tab (default: detected from the first line)")
-      ->check(CLI::IsMember({",", ";", "tab"}));
-  add_choice<header_mode>(describe, "--header", options.header,
-                          {{"auto", header_mode::detect},
-                           {"yes", header_mode::present},
-                           {"no", header_mode::absent}},
-                          "Whether a CSV's first row holds names: auto, yes or no")
-      ->default_str("auto");
+  add_word(describe, "--delimiter", fields.delimiter, {",", ";", "tab"},
+           "CSV delimiter (default: the most frequent in the first line)");
+  add_word(describe, "--header", fields.header, {"auto", "yes", "no"},
+           "Whether a CSV's first row holds names (default: auto)");
 }
 
 std::optional<std::string> given(const CLI::App& app, const std::string& name,
@@ -84,6 +83,14 @@ describe_options finish(const CLI::App& describe, describe_fields& fields) {
   if (describe.count("--type")) {
     options.type = fields.type == "float" ? element_type::f32 : element_type::f64;
   }
+  options.orientation =
+      fields.rows_are == "dimensions" ? rows_are::dimensions : rows_are::observations;
+  options.output = fields.output == "csv"    ? output_format::csv
+                   : fields.output == "json" ? output_format::json
+                                             : output_format::table;
+  options.header = fields.header == "yes"  ? header_mode::present
+                   : fields.header == "no" ? header_mode::absent
+                                           : header_mode::detect;
   return options;
 }
 
