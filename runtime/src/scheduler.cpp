@@ -80,7 +80,7 @@ std::shared_ptr<event_impl> scheduler::begin_host_access(access_history& history
 }
 
 void scheduler::end_host_access(const std::shared_ptr<event_impl>& e) {
-  complete(e);
+  dispatch(complete(e));
 }
 
 void scheduler::drain() {
@@ -100,27 +100,39 @@ void scheduler::dispatch(const std::vector<std::shared_ptr<event_impl>>& ready) 
   }
 }
 
-void scheduler::execute(const std::shared_ptr<event_impl>& e) {
-  e->status_ = status::running;
-  if (e->action_) {
-    try {
-      e->action_->run();
-    } catch (...) {
-      if (e->error_sink_)
-        e->error_sink_->report(std::current_exception());
+void scheduler::execute(std::shared_ptr<event_impl> e) {
+  // A command that this one makes ready runs next on this thread: a chain
+  // of dependent commands then costs no thread wake-up per link.
+  while (e) {
+    e->status_ = status::running;
+    if (e->action_) {
+      try {
+        e->action_->run();
+      } catch (...) {
+        if (e->error_sink_)
+          e->error_sink_->report(std::current_exception());
+      }
     }
+    // Let go of the command's captures and of its queue before anyone learns
+    // that it is complete: a queue whose last handle goes after a wait hands
+    // its errors over there and then, not later on this thread. Only this
+    // thread touches these members once the command runs.
+    e->action_.reset();
+    e->error_sink_.reset();
+    e->buffers_.clear();
+    std::vector<std::shared_ptr<event_impl>> ready = complete(e);
+    e.reset();
+    const auto next =
+        std::find_if(ready.begin(), ready.end(), [](const auto& r) { return !r->host_access_; });
+    if (next != ready.end()) {
+      e = std::move(*next);
+      ready.erase(next);
+    }
+    dispatch(ready);
   }
-  // Let go of the command's captures and of its queue before anyone learns
-  // that it is complete: a queue whose last handle goes after a wait hands
-  // its errors over there and then, not later on this thread. Only this
-  // thread touches these members once the command runs.
-  e->action_.reset();
-  e->error_sink_.reset();
-  e->buffers_.clear();
-  complete(e);
 }
 
-void scheduler::complete(const std::shared_ptr<event_impl>& e) {
+std::vector<std::shared_ptr<event_impl>> scheduler::complete(const std::shared_ptr<event_impl>& e) {
   std::vector<std::shared_ptr<event_impl>> ready;
   {
     std::lock_guard<std::mutex> lock(mutex_);
@@ -134,7 +146,7 @@ void scheduler::complete(const std::shared_ptr<event_impl>& e) {
     if (--in_flight_ == 0)
       drained_.notify_all();
   }
-  dispatch(ready);
+  return ready;
 }
 
 }  // namespace sycl::detail

@@ -49,8 +49,9 @@ class scheduler {
   void add_dependency(const std::shared_ptr<event_impl>& cmd,
                       const std::shared_ptr<event_impl>& dep);
   void dispatch(const std::vector<std::shared_ptr<event_impl>>& ready);
-  void execute(const std::shared_ptr<event_impl>& e);
-  void complete(const std::shared_ptr<event_impl>& e);
+  void execute(std::shared_ptr<event_impl> e);
+  // Marks e complete and returns the commands that this made ready.
+  std::vector<std::shared_ptr<event_impl>> complete(const std::shared_ptr<event_impl>& e);
 
   std::mutex mutex_;
   std::condition_variable drained_;
