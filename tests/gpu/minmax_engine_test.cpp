@@ -78,7 +78,7 @@ TYPED_TEST(MinMaxEngine, ExactAcrossPlans) {
 // never rises above IDENT_MIN; a dimension of NaN reports both identities.
 TYPED_TEST(MinMaxEngine, IdentitiesAreFloors) {
   using T = typename TestFixture::Value;
-  for (const std::size_t n : {std::size_t{3}, device_group_size() * device_group_size() + 2}) {
+  for (const std::size_t n : {std::size_t{3}, long_plan_size() + 1}) {
     auto p = make_problem<T, TestFixture::Storage>(4, n, [n](std::size_t d) {
       std::vector<T> column(n);
       for (std::size_t i = 0; i < n; ++i) {
@@ -131,7 +131,7 @@ TYPED_TEST(MinMaxEngine, WeightsPlayNoPart) {
 }
 
 TYPED_TEST(MinMaxEngine, Selections) {
-  const std::size_t n = device_group_size() * device_group_size() + 1;
+  const std::size_t n = long_plan_size();
   auto p = TestFixture::normal(5, n);
   p.selection = {0, 2, 0, -4, 0};
   TestFixture::check(p, "gaps");

@@ -176,7 +176,7 @@ TYPED_TEST(MomentEngine, NonPositiveWeightsCountAsOne) {
 // Skipped dimensions stay untouched; the weight sums are made at the first selected dimension
 // whatever comes before it.
 TYPED_TEST(MomentEngine, SelectionsWithGaps) {
-  const std::size_t n = device_group_size() * device_group_size() + 1;
+  const std::size_t n = long_plan_size();
   for (const bool weighted : {false, true}) {
     auto p = TestFixture::skewed(5, n, weighted);
     p.selection = {0, 3, 0, -1, 0};
@@ -217,7 +217,7 @@ TYPED_TEST(MomentEngine, OneObservation) {
 TYPED_TEST(MomentEngine, UnwantedOutputsUntouched) {
   using T = typename TestFixture::Value;
   constexpr bool Usm = TestFixture::InUsm;
-  const std::size_t n = device_group_size() * device_group_size() + 1;
+  const std::size_t n = long_plan_size();
   auto p = TestFixture::skewed(2, n, true);
   const auto reference = p.reference();
   const T untouched = poison<T>();
@@ -258,7 +258,7 @@ TYPED_TEST(MomentEngine, UnwantedOutputsUntouched) {
 // array, and is not read there (the sanitizer build would see it).
 template <typename T, layout L>
 void check_narrow_selection() {
-  const std::size_t n = device_group_size() * device_group_size() + 1;
+  const std::size_t n = long_plan_size();
   auto p = make_problem<T, L>(5, n, [n](std::size_t d) {
     return test::random_skewed<T>(n, 300 + d);
   });
