@@ -10,6 +10,12 @@ namespace sycl::detail {
 
 using status = info::event_command_status;
 
+namespace {
+// The command whose captures this thread is releasing: a buffer whose last
+// handle goes with them must not wait for that command.
+thread_local const event_impl* releasing_command = nullptr;
+}  // namespace
+
 scheduler& scheduler::get() {
   static scheduler* const instance = [] {
     auto* s = new scheduler;
@@ -65,9 +71,14 @@ void scheduler::wait(const std::shared_ptr<event_impl>& e) {
 
 std::vector<std::shared_ptr<event_impl>> scheduler::users(access_history& history) {
   std::lock_guard<std::mutex> lock(mutex_);
-  std::vector<std::shared_ptr<event_impl>> found = history.readers;
-  if (history.last_writer)
+  std::vector<std::shared_ptr<event_impl>> found;
+  for (const auto& r : history.readers) {
+    if (r.get() != releasing_command)
+      found.push_back(r);
+  }
+  if (history.last_writer && history.last_writer.get() != releasing_command) {
     found.push_back(history.last_writer);
+  }
   return found;
 }
 
@@ -117,9 +128,11 @@ void scheduler::execute(std::shared_ptr<event_impl> e) {
     // that it is complete: a queue whose last handle goes after a wait hands
     // its errors over there and then, not later on this thread. Only this
     // thread touches these members once the command runs.
+    releasing_command = e.get();
     e->action_.reset();
     e->error_sink_.reset();
     e->buffers_.clear();
+    releasing_command = nullptr;
     std::vector<std::shared_ptr<event_impl>> ready = complete(e);
     e.reset();
     const auto next =

@@ -78,6 +78,22 @@ TEST(Buffers, DestructionWaitsForTheCommandsThatUseIt) {
   opener.join();
 }
 
+TEST(Buffers, LastHandleMayGoWithTheHostTaskThatUsesIt) {
+  std::vector<int> host(2, 0);
+  sycl::queue q(sycl::cpu_selector_v);
+  sycl::event done;
+  {
+    sycl::buffer<int> b(host.data(), sycl::range<1>(2));
+    done = q.submit([&](sycl::handler& cgh) {
+      sycl::accessor a(b, cgh, sycl::write_only);
+      cgh.host_task([a, keep = b] { a[1] = 9; });
+    });
+    // b's handle goes here; the task's copy is now the last one.
+  }
+  done.wait();
+  EXPECT_EQ(host[1], 9);
+}
+
 TEST(Buffers, NoWriteBackForConstDataOrWhenSwitchedOff) {
   const std::vector<int> source(4, 2);
   std::vector<int> kept(4, 2);
