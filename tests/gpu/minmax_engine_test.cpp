@@ -115,6 +115,13 @@ TYPED_TEST(MinMaxEngine, IdentitiesAreFloors) {
   }
 }
 
+TYPED_TEST(MinMaxEngine, NoObservationsEndInTheRuntimesRefusal) {
+  problem<typename TestFixture::Value, TestFixture::Storage> p;
+  p.dims = 2;
+  p.values.resize(1);
+  EXPECT_THROW(TestFixture::run_all(p), sycl::exception);
+}
+
 TYPED_TEST(MinMaxEngine, IdentityValues) {
   using T = typename TestFixture::Value;
   EXPECT_EQ(gpu::IDENT_MIN<T>, std::numeric_limits<T>::max());

@@ -213,6 +213,15 @@ TYPED_TEST(MomentEngine, OneObservation) {
   EXPECT_FALSE(std::isfinite(this->template run<central_moment_case>(p)[0][0]));
 }
 
+// No observations: a first step of no groups, then a last step of local size 0, which the
+// runtime refuses.
+TYPED_TEST(MomentEngine, NoObservationsEndInTheRuntimesRefusal) {
+  problem<typename TestFixture::Value, TestFixture::Storage> p;
+  p.dims = 2;
+  p.values.resize(1);
+  EXPECT_THROW(this->template run<kurtosis_case>(p), sycl::exception);
+}
+
 // Outputs whose wanted-flag is off are not touched, whatever the reduction keeps.
 TYPED_TEST(MomentEngine, UnwantedOutputsUntouched) {
   using T = typename TestFixture::Value;
