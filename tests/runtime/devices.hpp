@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <ostream>
 #include <string>
 #include <sycl/sycl.hpp>
 #include <vector>
@@ -21,10 +20,3 @@ inline std::string device_label(const testing::TestParamInfo<sycl::device>& info
 class on_each_device : public testing::TestWithParam<sycl::device> {};
 
 }  // namespace tessel_test
-
-namespace sycl {
-// gtest names a device parameter by the device's name.
-inline void PrintTo(const device& d, std::ostream* os) {
-  *os << d.get_info<info::device::name>();
-}
-}  // namespace sycl
