@@ -52,7 +52,8 @@ std::string type_name(scalar_type t) {
 }  // namespace
 
 bool same_arguments(const collective& a, const collective& b) {
-  if (a.kind != b.kind) return false;
+  if (a.kind != b.kind)
+    return false;
   switch (a.kind) {
     case collective_kind::barrier:
       return a.scope == b.scope;
@@ -80,8 +81,8 @@ std::string describe(const collective& c) {
       break;
     case collective_kind::copy:
       s << "async_work_group_copy(" << c.count << " elements of " << c.element_size
-        << " bytes from " << c.src << " stride " << c.src_stride << " to " << c.dest
-        << " stride " << c.dest_stride << ")";
+        << " bytes from " << c.src << " stride " << c.src_stride << " to " << c.dest << " stride "
+        << c.dest_stride << ")";
       break;
     case collective_kind::wait:
       s << "device_event::wait(for collective #" << c.copy_id + 1 << ")";

@@ -23,7 +23,8 @@ struct worker_state {
 
   char* arena_of(std::size_t bytes) {
     const std::size_t slots = (bytes + sizeof(std::max_align_t) - 1) / sizeof(std::max_align_t);
-    if (arena.size() < slots) arena.resize(slots);
+    if (arena.size() < slots)
+      arena.resize(slots);
     return reinterpret_cast<char*>(arena.data());
   }
 };
@@ -67,7 +68,8 @@ struct executor::job {
 
   void fail(std::exception_ptr e) {
     std::lock_guard<std::mutex> lock(error_mutex);
-    if (!error) error = std::move(e);
+    if (!error)
+      error = std::move(e);
     failed.store(true, std::memory_order_relaxed);
   }
 };
@@ -80,12 +82,14 @@ executor::~executor() {
     stopping_ = true;
   }
   wake_.notify_all();
-  for (std::thread& t : workers_) t.join();
+  for (std::thread& t : workers_)
+    t.join();
 }
 
 void executor::run(const nd_range_launch& launch) {
   const std::size_t local = launch.local_size;
-  if (local == 0) throw_nd_range("a work-group size of 0 is not allowed");
+  if (local == 0)
+    throw_nd_range("a work-group size of 0 is not allowed");
   if (launch.global_size % local != 0) {
     throw_nd_range("the global size " + std::to_string(launch.global_size) +
                    " is not a multiple of the work-group size " + std::to_string(local));
@@ -112,9 +116,10 @@ void executor::run(const nd_range_launch& launch) {
 
 void executor::run(const range_launch& launch) {
   job j;
-  const std::size_t chunks = std::min<std::size_t>(
-      launch.size, std::size_t{settings_.compute_units} * chunks_per_worker);
-  if (chunks == 0) return;
+  const std::size_t chunks =
+      std::min<std::size_t>(launch.size, std::size_t{settings_.compute_units} * chunks_per_worker);
+  if (chunks == 0)
+    return;
   j.chunk = (launch.size + chunks - 1) / chunks;
   j.units = (launch.size + j.chunk - 1) / j.chunk;
   j.flat = &launch;
@@ -126,32 +131,37 @@ void executor::run(const range_launch& launch) {
 }
 
 void executor::execute(job& j) {
-  if (j.units == 0) return;
+  if (j.units == 0)
+    return;
   const bool shared = j.units > 1 && settings_.compute_units > 1;
   if (shared) {
     std::lock_guard<std::mutex> lock(mutex_);
-    if (!started_) start_workers();
+    if (!started_)
+      start_workers();
     jobs_.push_back(&j);
   }
-  if (shared) wake_.notify_all();
+  if (shared)
+    wake_.notify_all();
   work(j);
   if (shared) {
     std::unique_lock<std::mutex> lock(mutex_);
     jobs_.erase(std::remove(jobs_.begin(), jobs_.end(), &j), jobs_.end());
     idle_.wait(lock, [&] { return j.active == 0; });
   }
-  if (j.error) std::rethrow_exception(j.error);
+  if (j.error)
+    std::rethrow_exception(j.error);
 }
 
 void executor::work(job& j) {
   while (!j.failed.load(std::memory_order_relaxed)) {
     const std::size_t unit = j.next.fetch_add(1, std::memory_order_relaxed);
-    if (unit >= j.units) return;
+    if (unit >= j.units)
+      return;
     const std::size_t index = j.seed != 0 ? j.order(unit) : unit;
     if (j.nd != nullptr) {
       worker_state& state = this_thread_state();
-      char* arena = state.arena_of(settings_.local_mem_size +
-                                   settings_.max_work_group_size * largest_scalar);
+      char* arena =
+          state.arena_of(settings_.local_mem_size + settings_.max_work_group_size * largest_scalar);
       std::memset(arena, local_memory_poison, j.nd->local_mem_bytes);
       const std::uint64_t item_seed = j.seed != 0 ? mix(j.seed ^ mix(index)) | 1 : 0;
       if (std::exception_ptr e = state.runner.run(*j.nd, index, j.units, arena, item_seed)) {
@@ -161,7 +171,8 @@ void executor::work(job& j) {
       const std::size_t first = index * j.chunk;
       const std::size_t last = std::min(j.flat->size, first + j.chunk);
       try {
-        for (std::size_t i = first; i < last; ++i) j.flat->invoke(j.flat->kernel, i, j.flat->size);
+        for (std::size_t i = first; i < last; ++i)
+          j.flat->invoke(j.flat->kernel, i, j.flat->size);
       } catch (...) {
         j.fail(std::current_exception());
       }
@@ -180,7 +191,8 @@ void executor::worker_loop() {
   std::unique_lock<std::mutex> lock(mutex_);
   for (;;) {
     wake_.wait(lock, [&] { return stopping_ || !jobs_.empty(); });
-    if (stopping_) return;
+    if (stopping_)
+      return;
     job* j = jobs_.front();
     ++j->active;
     lock.unlock();
@@ -188,7 +200,8 @@ void executor::worker_loop() {
     lock.lock();
     // Units are all claimed: no other worker needs to find this job.
     jobs_.erase(std::remove(jobs_.begin(), jobs_.end(), j), jobs_.end());
-    if (--j->active == 0) idle_.notify_all();
+    if (--j->active == 0)
+      idle_.notify_all();
   }
 }
 

@@ -110,7 +110,8 @@ void exit_fiber(fiber_context& from, fiber_context& to) {
   // poisoned for the next fiber on this stack. Frames below have returned.
   char* top = static_cast<char*>(const_cast<void*>(from.stack_bottom)) + from.stack_size;
   char* low = static_cast<char*>(__builtin_frame_address(0)) - 4096;
-  if (low < from.stack_bottom) low = static_cast<char*>(const_cast<void*>(from.stack_bottom));
+  if (low < from.stack_bottom)
+    low = static_cast<char*>(const_cast<void*>(from.stack_bottom));
   ASAN_UNPOISON_MEMORY_REGION(low, static_cast<std::size_t>(top - low));
 #endif
   before_switch(nullptr, to);
@@ -118,6 +119,8 @@ void exit_fiber(fiber_context& from, fiber_context& to) {
   __builtin_unreachable();
 }
 
-void enter_fiber(fctx::transfer_t t) { after_switch(nullptr, t); }
+void enter_fiber(fctx::transfer_t t) {
+  after_switch(nullptr, t);
+}
 
 }  // namespace sycl::detail::emu

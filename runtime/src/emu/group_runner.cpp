@@ -17,7 +17,6 @@ thread_local group_runner* running = nullptr;
 // Thrown into the blocked items of a failed group so that their frames unwind.
 struct unwind_signal {};
 
-
 // memcpy of a scalar, with the size known at compile time in the common cases.
 void copy_scalar(void* dest, const void* src, std::size_t size) {
   switch (size) {
@@ -34,7 +33,9 @@ void copy_scalar(void* dest, const void* src, std::size_t size) {
 
 }  // namespace
 
-char* group_runner::current_arena() noexcept { return running ? running->arena_ : nullptr; }
+char* group_runner::current_arena() noexcept {
+  return running ? running->arena_ : nullptr;
+}
 
 std::exception_ptr group_runner::run(const nd_range_launch& launch, std::size_t group_id,
                                      std::size_t group_count, char* arena, std::uint64_t seed) {
@@ -44,7 +45,8 @@ std::exception_ptr group_runner::run(const nd_range_launch& launch, std::size_t 
   size_ = static_cast<std::uint32_t>(launch.local_size);
   arena_ = arena;
 
-  if (items_.size() < size_) items_.resize(size_);
+  if (items_.size() < size_)
+    items_.resize(size_);
   for (std::uint32_t l = 0; l < size_; ++l) {
     items_[l] = work_item{};
     items_[l].group = this;
@@ -61,7 +63,8 @@ std::exception_ptr group_runner::run(const nd_range_launch& launch, std::size_t 
   ready_head_ = 0;
   ready_count_ = size_;
   values_.resize(std::size_t{size_} * max_scalar_size);
-  if (records_.empty()) records_.resize(4);
+  if (records_.empty())
+    records_.resize(4);
   records_base_ = records_count_ = 0;
   started_ = finished_ = 0;
   fewest_passed_by_finished_ = UINT64_MAX;
@@ -77,7 +80,8 @@ std::exception_ptr group_runner::run(const nd_range_launch& launch, std::size_t 
     }
     work_item* next = next_ready();
     if (next == nullptr) {
-      if (finished_ == size_ || cancelled_) break;
+      if (finished_ == size_ || cancelled_)
+        break;
       // Cannot happen while the records are checked; kept so that a fault
       // in them ends the launch instead of hanging it.
       fail(std::make_exception_ptr(sycl::exception(
@@ -134,7 +138,8 @@ void group_runner::finish(work_item& self) {
     // the rest run on the thread's own stack.
     direct_ = !error_ && self.passed == 0 && started_ == 1;
   }
-  if (error_ && !cancelled_) cancel();
+  if (error_ && !cancelled_)
+    cancel();
   switch_to_next(self, true);
 }
 
@@ -153,7 +158,8 @@ void group_runner::run_remaining_directly() {
 }
 
 group_runner::record& group_runner::arrive(work_item& self, const collective& c) {
-  if (cancelled_) throw unwind_signal{};
+  if (cancelled_)
+    throw unwind_signal{};
   const std::uint64_t seq = self.passed++;
   if (direct_ || seq >= fewest_passed_by_finished_) {
     throw_error(item_name(self.local_id) + " called " + describe(c) + " as collective #" +
@@ -217,7 +223,8 @@ void group_runner::reduce(work_item& self, const collective& c, void* value, con
   const std::size_t size = c.type.size;
   if (r.arrivals == 1) {
     r.fold = fold;
-    if (init != nullptr) copy_scalar(r.init, init, size);
+    if (init != nullptr)
+      copy_scalar(r.init, init, size);
   }
   copy_scalar(&values_[self.local_id * size], value, size);
   if (r.arrivals < size_) {
@@ -235,7 +242,8 @@ void group_runner::reduce(work_item& self, const collective& c, void* value, con
     copy_scalar(reduce_result_, values_.data(), size);
     first = 1;
   }
-  for (std::uint32_t l = first; l < size_; ++l) r.fold(reduce_result_, &values_[l * size]);
+  for (std::uint32_t l = first; l < size_; ++l)
+    r.fold(reduce_result_, &values_[l * size]);
   copy_scalar(value, reduce_result_, size);
   retire();
   release_all_but(self);
@@ -245,7 +253,8 @@ void group_runner::reduce(work_item& self, const collective& c, void* value, con
 std::uint64_t group_runner::copy(work_item& self, const collective& c) {
   record& r = arrive(self, c);
   const std::uint64_t id = self.passed - 1;
-  if (r.arrivals < size_) return id;
+  if (r.arrivals < size_)
+    return id;
   // The last item to start the copy does it: every item has issued it, so
   // whatever they stored before is in place.
   auto* dest = static_cast<unsigned char*>(c.dest);
@@ -279,20 +288,24 @@ void group_runner::wait(work_item& self, std::uint64_t copy_id) {
 void group_runner::block(work_item& self) {
   self.status = work_item::state::blocked;
   switch_to_next(self, false);
-  if (cancelled_) throw unwind_signal{};
+  if (cancelled_)
+    throw unwind_signal{};
 }
 
 void group_runner::yield(work_item& self) {
   push_ready(self);
   switch_to_next(self, false);
-  if (cancelled_) throw unwind_signal{};
+  if (cancelled_)
+    throw unwind_signal{};
 }
 
 void group_runner::switch_to_next(work_item& self, bool leaving) {
   work_item* next = direct_ ? nullptr : next_ready();
-  if (next == &self) return;
+  if (next == &self)
+    return;
   fiber_context& target = next != nullptr ? next->context : thread_context_;
-  if (next != nullptr) current_ = next;
+  if (next != nullptr)
+    current_ = next;
   if (leaving) {
     // Safe before the jump: nothing else runs on this thread until then.
     stacks_.release(self.stack);
@@ -334,26 +347,31 @@ work_item* group_runner::next_ready() {
 void group_runner::push_ready(work_item& item) {
   item.status = work_item::state::ready;
   std::size_t slot = ready_head_ + ready_count_;
-  if (slot >= size_) slot -= size_;
+  if (slot >= size_)
+    slot -= size_;
   ready_[slot] = item.local_id;
   ++ready_count_;
 }
 
 void group_runner::release_all_but(const work_item& self) {
-  if (shuffled_) rng_.shuffle(order_);
+  if (shuffled_)
+    rng_.shuffle(order_);
   for (std::uint32_t l : order_) {
-    if (l != self.local_id) push_ready(items_[l]);
+    if (l != self.local_id)
+      push_ready(items_[l]);
   }
 }
 
 void group_runner::fail(std::exception_ptr e) {
-  if (!error_) error_ = std::move(e);
+  if (!error_)
+    error_ = std::move(e);
 }
 
 void group_runner::cancel() {
   cancelled_ = true;
   for (std::uint32_t l : order_) {
-    if (items_[l].status == work_item::state::blocked) push_ready(items_[l]);
+    if (items_[l].status == work_item::state::blocked)
+      push_ready(items_[l]);
   }
 }
 

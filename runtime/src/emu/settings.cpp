@@ -24,7 +24,8 @@ constexpr std::uint64_t most_compute_units = 1024;
 std::uint64_t read_number(const char* name, std::uint64_t fallback, std::uint64_t lowest,
                           std::uint64_t highest) {
   const char* text = std::getenv(name);
-  if (text == nullptr || *text == '\0') return fallback;
+  if (text == nullptr || *text == '\0')
+    return fallback;
   char* end = nullptr;
   errno = 0;
   const unsigned long long value = std::strtoull(text, &end, 10);
@@ -41,7 +42,8 @@ std::uint64_t read_number(const char* name, std::uint64_t fallback, std::uint64_
 std::uint64_t physical_memory() {
   const long pages = sysconf(_SC_PHYS_PAGES);
   const long page_size = sysconf(_SC_PAGE_SIZE);
-  if (pages <= 0 || page_size <= 0) return 0;
+  if (pages <= 0 || page_size <= 0)
+    return 0;
   return static_cast<std::uint64_t>(pages) * static_cast<std::uint64_t>(page_size);
 }
 
@@ -58,9 +60,9 @@ device_limits emulated_gpu_limits_from_environment() {
       read_number("TESSEL_EMU_GPU_WORK_GROUP_SIZE", 256, 1, largest_work_group));
   limits.local_mem_size = static_cast<std::size_t>(
       read_number("TESSEL_EMU_GPU_LOCAL_MEM_SIZE", 65536, 1, largest_local_memory));
-  limits.max_compute_units = static_cast<std::uint32_t>(read_number(
-      "TESSEL_EMU_GPU_COMPUTE_UNITS", std::min(hardware_threads, most_compute_units), 1,
-      most_compute_units));
+  limits.max_compute_units = static_cast<std::uint32_t>(
+      read_number("TESSEL_EMU_GPU_COMPUTE_UNITS", std::min(hardware_threads, most_compute_units), 1,
+                  most_compute_units));
   limits.global_mem_size = physical_memory();
   return limits;
 }

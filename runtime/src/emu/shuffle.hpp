@@ -43,7 +43,8 @@ class index_permutation {
  public:
   index_permutation(std::size_t n, std::uint64_t seed) : n_(n), key_(seed) {
     unsigned bits = 2;
-    while (bits < 64 && (std::uint64_t{1} << bits) < n) bits += 2;
+    while (bits < 64 && (std::uint64_t{1} << bits) < n)
+      bits += 2;
     half_ = bits / 2;
     mask_ = (std::uint64_t{1} << half_) - 1;
   }

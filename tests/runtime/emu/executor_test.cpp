@@ -32,7 +32,9 @@ std::unique_ptr<device_backend> make_gpu(std::uint64_t seed, std::size_t group_s
   return sycl::detail::make_emulated_gpu();
 }
 
-sycl::errc code_of(const sycl::exception& e) { return static_cast<sycl::errc>(e.code().value()); }
+sycl::errc code_of(const sycl::exception& e) {
+  return static_cast<sycl::errc>(e.code().value());
+}
 
 // Runs the launch and returns the sycl::exception it throws; fails if none.
 template <typename Launch>
@@ -58,12 +60,14 @@ bool neighbour_kernel_is_right(device_backend& gpu, bool with_barrier) {
         long* tile = local_memory<long>();
         const std::size_t l = it.get_local_id(0), i = it.get_global_id(0);
         tile[l] = static_cast<long>(i);
-        if (with_barrier) sycl::group_barrier(it.get_group());
+        if (with_barrier)
+          sycl::group_barrier(it.get_group());
         o[i] = l == 0 ? -1 : tile[l - 1];
       },
       local * sizeof(long));
   for (std::size_t i = 0; i < n; ++i) {
-    if (out[i] != (i % local == 0 ? -1 : static_cast<long>(i) - 1)) return false;
+    if (out[i] != (i % local == 0 ? -1 : static_cast<long>(i) - 1))
+      return false;
   }
   return true;
 }
@@ -85,8 +89,10 @@ TEST(Shuffle, PermutesGroupsAndItemsExactlyOnce) {
     auto gpu = make_gpu(seed, local, 1);
     std::vector<std::size_t> group_order, item_order;
     run_nd(*gpu, local * groups, local, [&](const sycl::nd_item<1>& it) {
-      if (it.get_local_id(0) == 0) group_order.push_back(it.get_group(0));
-      if (it.get_group(0) == 5) item_order.push_back(it.get_local_id(0));
+      if (it.get_local_id(0) == 0)
+        group_order.push_back(it.get_group(0));
+      if (it.get_group(0) == 5)
+        item_order.push_back(it.get_local_id(0));
     });
     return std::make_pair(group_order, item_order);
   };
@@ -111,7 +117,8 @@ TEST(Shuffle, PermutesGroupsAndItemsExactlyOnce) {
 TEST(Shuffle, ReductionsStayLeftFoldsInLocalIdOrder) {
   constexpr std::size_t local = 7, groups = 5, n = local * groups;
   std::vector<float> x(n);
-  for (std::size_t i = 0; i < n; ++i) x[i] = (i % 3 == 0 ? 1.0e8f : 1.0f) * (i % 2 ? -1.0f : 1.0f);
+  for (std::size_t i = 0; i < n; ++i)
+    x[i] = (i % 3 == 0 ? 1.0e8f : 1.0f) * (i % 2 ? -1.0f : 1.0f);
   for (std::uint64_t seed : {0, 3, 99}) {
     auto gpu = make_gpu(seed, local);
     std::vector<float> sum(n), max(n);
@@ -231,7 +238,8 @@ TEST(Divergence, AnItemThatSkipsABarrierThrowsInsteadOfHanging) {
   auto gpu = make_gpu(0);
   const sycl::exception e = expect_sycl_error([&] {
     run_nd(*gpu, 16, 8, [](const sycl::nd_item<1>& it) {
-      if (it.get_local_id(0) != 3) sycl::group_barrier(it.get_group());
+      if (it.get_local_id(0) != 3)
+        sycl::group_barrier(it.get_group());
     });
   });
   EXPECT_EQ(code_of(e), sycl::errc::kernel);
@@ -245,7 +253,8 @@ TEST(Divergence, ACollectiveAfterOthersReturnedThrows) {
   auto gpu = make_gpu(0);
   const sycl::exception e = expect_sycl_error([&] {
     run_nd(*gpu, 8, 8, [](const sycl::nd_item<1>& it) {
-      if (it.get_local_id(0) == 5) sycl::group_barrier(it.get_group());
+      if (it.get_local_id(0) == 5)
+        sycl::group_barrier(it.get_group());
     });
   });
   EXPECT_EQ(code_of(e), sycl::errc::kernel);
@@ -281,7 +290,8 @@ TEST(ItemErrors, ReachTheCallerAfterTheOtherItemsUnwind) {
       run_nd(*gpu, 64, 8, [](const sycl::nd_item<1>& it) {
         counted held;
         sycl::group_barrier(it.get_group());
-        if (it.get_global_id(0) == 13) throw std::runtime_error("item 13 fails");
+        if (it.get_global_id(0) == 13)
+          throw std::runtime_error("item 13 fails");
         sycl::group_barrier(it.get_group());
       });
       ADD_FAILURE() << "no exception";
@@ -302,12 +312,14 @@ TEST(ItemErrors, ReachTheCallerFromKernelsWithoutCollectives) {
   auto gpu = make_gpu(0);
   EXPECT_THROW(run_nd(*gpu, 64, 8,
                       [](const sycl::nd_item<1>& it) {
-                        if (it.get_global_id(0) == 20) throw std::out_of_range("20");
+                        if (it.get_global_id(0) == 20)
+                          throw std::out_of_range("20");
                       }),
                std::out_of_range);
   EXPECT_THROW(run_range(*gpu, 100,
                          [](std::size_t i) {
-                           if (i == 77) throw std::out_of_range("77");
+                           if (i == 77)
+                             throw std::out_of_range("77");
                          }),
                std::out_of_range);
 }
@@ -315,8 +327,7 @@ TEST(ItemErrors, ReachTheCallerFromKernelsWithoutCollectives) {
 TEST(Geometry, BadShapesAreNdRangeErrors) {
   auto gpu = make_gpu(0, 8);
   auto nothing = [](const sycl::nd_item<1>&) {};
-  EXPECT_EQ(code_of(expect_sycl_error([&] { run_nd(*gpu, 8, 0, nothing); })),
-            sycl::errc::nd_range);
+  EXPECT_EQ(code_of(expect_sycl_error([&] { run_nd(*gpu, 8, 0, nothing); })), sycl::errc::nd_range);
   EXPECT_EQ(code_of(expect_sycl_error([&] { run_nd(*gpu, 10, 4, nothing); })),
             sycl::errc::nd_range);
   EXPECT_EQ(code_of(expect_sycl_error([&] { run_nd(*gpu, 16, 16, nothing); })),
@@ -325,7 +336,8 @@ TEST(Geometry, BadShapesAreNdRangeErrors) {
             sycl::errc::nd_range);
   int calls = 0;
   run_nd(*gpu, 0, 8, [&](const sycl::nd_item<1>&) { ++calls; });
-  run_nd(*gpu, 8, 8, [&](const sycl::nd_item<1>&) { ++calls; }, 1024);
+  run_nd(
+      *gpu, 8, 8, [&](const sycl::nd_item<1>&) { ++calls; }, 1024);
   EXPECT_EQ(calls, 8);
 }
 
@@ -339,15 +351,13 @@ TEST(Geometry, HostCpuExecutorKeepsTheLimitsItIsGiven) {
   auto cpu = sycl::detail::make_host_cpu_executor(limits);
   EXPECT_EQ(cpu->limits().name, "test CPU");
   auto nothing = [](const sycl::nd_item<1>&) {};
-  EXPECT_EQ(code_of(expect_sycl_error([&] { run_nd(*cpu, 8, 8, nothing); })),
-            sycl::errc::nd_range);
+  EXPECT_EQ(code_of(expect_sycl_error([&] { run_nd(*cpu, 8, 8, nothing); })), sycl::errc::nd_range);
   EXPECT_EQ(code_of(expect_sycl_error([&] { run_nd(*cpu, 4, 4, nothing, 65); })),
             sycl::errc::nd_range);
   std::vector<int> out(8);
   run_nd(*cpu, 8, 4, [&](const sycl::nd_item<1>& it) {
-    out[it.get_global_id(0)] =
-        sycl::reduce_over_group(it.get_group(), static_cast<int>(it.get_global_id(0)),
-                                sycl::plus<>());
+    out[it.get_global_id(0)] = sycl::reduce_over_group(
+        it.get_group(), static_cast<int>(it.get_global_id(0)), sycl::plus<>());
   });
   EXPECT_EQ(out, (std::vector<int>{6, 6, 6, 6, 22, 22, 22, 22}));
 }
@@ -358,7 +368,8 @@ TEST(RangeLaunch, RunsEveryIndexOnceInAnyOrder) {
     for (std::size_t size : {1, 7, 1000}) {
       std::vector<std::atomic<int>> seen(size);
       run_range(*gpu, size, [&](std::size_t i) { seen[i].fetch_add(1); });
-      for (std::size_t i = 0; i < size; ++i) EXPECT_EQ(seen[i].load(), 1) << i;
+      for (std::size_t i = 0; i < size; ++i)
+        EXPECT_EQ(seen[i].load(), 1) << i;
     }
   }
 }

@@ -20,9 +20,11 @@ std::vector<std::size_t> group_sizes(const sycl::device& d) {
   const std::size_t largest = d.get_info<sycl::info::device::max_work_group_size>();
   std::vector<std::size_t> sizes;
   for (std::size_t l : {1, 2, 3, 7, 64}) {
-    if (l <= largest) sizes.push_back(l);
+    if (l <= largest)
+      sizes.push_back(l);
   }
-  if (largest > sizes.back()) sizes.push_back(std::min<std::size_t>(largest, 256));
+  if (largest > sizes.back())
+    sizes.push_back(std::min<std::size_t>(largest, 256));
   return sizes;
 }
 
@@ -127,7 +129,8 @@ template <typename T, typename Op>
 void check_reduction(sycl::queue& q, std::size_t local, Op op, const T* init) {
   const std::size_t groups = 4, n = local * groups;
   shared_array<T> x(q, n), out(q, n);
-  for (std::size_t i = 0; i < n; ++i) x[i] = value_of<T>(i);
+  for (std::size_t i = 0; i < n; ++i)
+    x[i] = value_of<T>(i);
   const T* xs = x.data;
   T* o = out.data;
   const bool with_init = init != nullptr;
@@ -139,7 +142,8 @@ void check_reduction(sycl::queue& q, std::size_t local, Op op, const T* init) {
    }).wait_and_throw();
   for (std::size_t g = 0; g < groups; ++g) {
     T fold = with_init ? start : x[g * local];
-    for (std::size_t l = with_init ? 0 : 1; l < local; ++l) fold = op(fold, x[g * local + l]);
+    for (std::size_t l = with_init ? 0 : 1; l < local; ++l)
+      fold = op(fold, x[g * local + l]);
     for (std::size_t l = 0; l < local; ++l) {
       const T got = out[g * local + l];
       EXPECT_EQ(std::memcmp(&got, &fold, sizeof(T)), 0)
@@ -175,7 +179,8 @@ TEST_P(on_each_device, GroupCopiesFromGlobalToLocalContiguousAndStrided) {
       for (std::size_t stride : {1, 3}) {
         const std::size_t groups = 3, n = local * groups;
         shared_array<double> src(q, n * stride), out(q, n);
-        for (std::size_t i = 0; i < n * stride; ++i) src[i] = 0.5 * static_cast<double>(i);
+        for (std::size_t i = 0; i < n * stride; ++i)
+          src[i] = 0.5 * static_cast<double>(i);
         const double* s = src.data;
         double* o = out.data;
         q.submit([&](sycl::handler& h) {
@@ -246,10 +251,10 @@ TEST_P(on_each_device, TwoCopiesInFlightAreBothCompleteAfterTheirWaits) {
      sycl::local_accessor<float, 1> ta(sycl::range<1>(local), h), tb(sycl::range<1>(local), h);
      h.parallel_for(sycl::nd_range<1>(n, local), [=](sycl::nd_item<1> it) {
        const std::size_t base = it.get_group(0) * local;
-       auto ea = it.async_work_group_copy(ta.get_pointer(), sycl::global_ptr<const float>(pa + base),
-                                          local);
-       auto eb = it.async_work_group_copy(tb.get_pointer(), sycl::global_ptr<const float>(pb + base),
-                                          local);
+       auto ea = it.async_work_group_copy(ta.get_pointer(),
+                                          sycl::global_ptr<const float>(pa + base), local);
+       auto eb = it.async_work_group_copy(tb.get_pointer(),
+                                          sycl::global_ptr<const float>(pb + base), local);
        ea.wait();
        eb.wait();
        const std::size_t other = local - 1 - it.get_local_id(0);
@@ -286,7 +291,8 @@ TEST_P(on_each_device, LocalMemoryIsTheGroupsOwnAndAligned) {
          tile[l] = static_cast<double>(it.get_group(0) + 1);
          sycl::group_barrier(it.get_group());
          double sum = 0;
-         for (double v : tile) sum += v;
+         for (double v : tile)
+           sum += v;
          s[it.get_global_id(0)] = sum;
        });
      }).wait_and_throw();
@@ -322,12 +328,14 @@ TEST_P(on_each_device, LocalAccessorDescribesItsAllocation) {
 TEST_P(on_each_device, AWorkItemsExceptionReachesTheAsyncHandler) {
   std::vector<std::exception_ptr> caught;
   sycl::queue q(GetParam(), [&](sycl::exception_list errors) {
-    for (const std::exception_ptr& e : errors) caught.push_back(e);
+    for (const std::exception_ptr& e : errors)
+      caught.push_back(e);
   });
   const std::size_t local = group_sizes(GetParam()).back();
   q.parallel_for(sycl::nd_range<1>(local * 4, local), [=](sycl::nd_item<1> it) {
     sycl::group_barrier(it.get_group());
-    if (it.get_global_id(0) == local + 1) throw std::domain_error("bad item");
+    if (it.get_global_id(0) == local + 1)
+      throw std::domain_error("bad item");
   });
   q.wait_and_throw();
   ASSERT_EQ(caught.size(), 1u);

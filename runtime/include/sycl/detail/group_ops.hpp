@@ -16,7 +16,12 @@ struct work_item;
 
 enum class reduce_operation : unsigned char { plus, minimum, maximum };
 
-enum class scalar_kind : unsigned char { boolean, signed_integer, unsigned_integer, floating_point };
+enum class scalar_kind : unsigned char {
+  boolean,
+  signed_integer,
+  unsigned_integer,
+  floating_point
+};
 
 struct scalar_type {
   scalar_kind kind;
@@ -26,7 +31,7 @@ struct scalar_type {
 template <typename T>
 constexpr scalar_type scalar_type_of() {
   static_assert(std::is_arithmetic_v<T>, "group reductions take arithmetic types");
-  constexpr scalar_kind kind = std::is_same_v<T, bool>     ? scalar_kind::boolean
+  constexpr scalar_kind kind = std::is_same_v<T, bool>       ? scalar_kind::boolean
                                : std::is_floating_point_v<T> ? scalar_kind::floating_point
                                : std::is_signed_v<T>         ? scalar_kind::signed_integer
                                                              : scalar_kind::unsigned_integer;
