@@ -112,8 +112,7 @@ std::int32_t compute(ss_task* task, std::uint64_t estimate_mask, std::intptr_t m
   }
   // The last stage's status is the result as it is.
   if ((estimate_mask & SS_STAGE_COR_PARAMETRIZATION) != 0) {
-    status = run_stage<T>(stage::cor_parametrization, task, estimate_mask, method,
-                          threading_table);
+    status = run_stage<T>(stage::cor_parametrization, task, estimate_mask, method, threading_table);
   }
   return status;
 }

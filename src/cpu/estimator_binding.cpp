@@ -15,22 +15,38 @@ namespace {
 // Every bound name, with its one or two leading underscores. A stage's float name is followed
 // by its double name, in the order of the stage enumeration.
 constexpr const char* entry_names[] = {
-    "__ksusSSNewTask",           "__ksudSSNewTask",
-    "__ksuSSDeleteTask",         "__ksusSSEditTask",
-    "__ksudSSEditTask",          "__ksusSSEditMoments",
-    "__ksudSSEditMoments",       "__ksusSSEditSums",
-    "__ksudSSEditSums",          "_ksusSSMissingValues",
-    "_ksudSSMissingValues",      "_ksusSSMinmax",
-    "_ksudSSMinmax",             "_ksusSSSort",
-    "_ksudSSSort",               "_ksusSSBasic",
-    "_ksudSSBasic",              "_ksusSSMAD",
-    "_ksudSSMAD",                "_ksusSSPooledCovariance",
-    "_ksudSSPooledCovariance",   "_ksusSSOutliersDetection",
-    "_ksudSSOutliersDetection",  "_ksusSSRobustCovariance",
-    "_ksudSSRobustCovariance",   "_ksusSSPartialCovariance",
-    "_ksudSSPartialCovariance",  "_ksusSSQuantiles",
-    "_ksudSSQuantiles",          "_ksusSSStreamQuantiles",
-    "_ksudSSStreamQuantiles",    "_ksusSSCorParametrization",
+    "__ksusSSNewTask",
+    "__ksudSSNewTask",
+    "__ksuSSDeleteTask",
+    "__ksusSSEditTask",
+    "__ksudSSEditTask",
+    "__ksusSSEditMoments",
+    "__ksudSSEditMoments",
+    "__ksusSSEditSums",
+    "__ksudSSEditSums",
+    "_ksusSSMissingValues",
+    "_ksudSSMissingValues",
+    "_ksusSSMinmax",
+    "_ksudSSMinmax",
+    "_ksusSSSort",
+    "_ksudSSSort",
+    "_ksusSSBasic",
+    "_ksudSSBasic",
+    "_ksusSSMAD",
+    "_ksudSSMAD",
+    "_ksusSSPooledCovariance",
+    "_ksudSSPooledCovariance",
+    "_ksusSSOutliersDetection",
+    "_ksudSSOutliersDetection",
+    "_ksusSSRobustCovariance",
+    "_ksudSSRobustCovariance",
+    "_ksusSSPartialCovariance",
+    "_ksudSSPartialCovariance",
+    "_ksusSSQuantiles",
+    "_ksudSSQuantiles",
+    "_ksusSSStreamQuantiles",
+    "_ksudSSStreamQuantiles",
+    "_ksusSSCorParametrization",
     "_ksudSSCorParametrization",
 };
 constexpr std::size_t entry_count = std::extent_v<decltype(entry_names)>;
@@ -100,17 +116,17 @@ Fn bound(std::size_t e) {
 }  // namespace
 
 std::int32_t __ksusSSNewTask(ss_task** place, const void* dims, const void* obs_count,
-                             const void* storage, const float* observations,
-                             const float* weights, const std::int64_t* indices) {
-  return bound<ss_new_task_s_fn>(new_task_s)(place, dims, obs_count, storage, observations,
-                                             weights, indices, 1);
+                             const void* storage, const float* observations, const float* weights,
+                             const std::int64_t* indices) {
+  return bound<ss_new_task_s_fn>(new_task_s)(place, dims, obs_count, storage, observations, weights,
+                                             indices, 1);
 }
 
 std::int32_t __ksudSSNewTask(ss_task** place, const void* dims, const void* obs_count,
-                             const void* storage, const double* observations,
-                             const double* weights, const std::int64_t* indices) {
-  return bound<ss_new_task_d_fn>(new_task_d)(place, dims, obs_count, storage, observations,
-                                             weights, indices, 1);
+                             const void* storage, const double* observations, const double* weights,
+                             const std::int64_t* indices) {
+  return bound<ss_new_task_d_fn>(new_task_d)(place, dims, obs_count, storage, observations, weights,
+                                             indices, 1);
 }
 
 std::int32_t __ksuSSDeleteTask(ss_task** place) {
@@ -125,9 +141,8 @@ std::int32_t __ksudSSEditTask(ss_task* task, std::int64_t field, double* values)
   return bound<ss_edit_task_d_fn>(edit_task_d)(task, field, values);
 }
 
-std::int32_t __ksusSSEditMoments(ss_task* task, float* mean, float* raw2, float* raw3,
-                                 float* raw4, float* central2, float* central3,
-                                 float* central4) {
+std::int32_t __ksusSSEditMoments(ss_task* task, float* mean, float* raw2, float* raw3, float* raw4,
+                                 float* central2, float* central3, float* central4) {
   return bound<ss_edit_moments_s_fn>(edit_moments_s)(task, mean, raw2, raw3, raw4, central2,
                                                      central3, central4);
 }

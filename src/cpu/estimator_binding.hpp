@@ -13,17 +13,16 @@ namespace vorlex::orv::stats::detail::cpu {
 // The task entries, with the module's signatures. The two NewTask entries add the module's last
 // argument themselves: this engine's counts and storage word are always 64-bit.
 std::int32_t __ksusSSNewTask(ss_task** place, const void* dims, const void* obs_count,
-                             const void* storage, const float* observations,
-                             const float* weights, const std::int64_t* indices);
+                             const void* storage, const float* observations, const float* weights,
+                             const std::int64_t* indices);
 std::int32_t __ksudSSNewTask(ss_task** place, const void* dims, const void* obs_count,
-                             const void* storage, const double* observations,
-                             const double* weights, const std::int64_t* indices);
+                             const void* storage, const double* observations, const double* weights,
+                             const std::int64_t* indices);
 std::int32_t __ksuSSDeleteTask(ss_task** place);
 std::int32_t __ksusSSEditTask(ss_task* task, std::int64_t field, float* values);
 std::int32_t __ksudSSEditTask(ss_task* task, std::int64_t field, double* values);
-std::int32_t __ksusSSEditMoments(ss_task* task, float* mean, float* raw2, float* raw3,
-                                 float* raw4, float* central2, float* central3,
-                                 float* central4);
+std::int32_t __ksusSSEditMoments(ss_task* task, float* mean, float* raw2, float* raw3, float* raw4,
+                                 float* central2, float* central3, float* central4);
 std::int32_t __ksudSSEditMoments(ss_task* task, double* mean, double* raw2, double* raw3,
                                  double* raw4, double* central2, double* central3,
                                  double* central4);

@@ -1,0 +1,114 @@
+// detail::cpu::submit: one host task per call, which hands the caller's data in place to the
+// estimator module. Nothing is copied in either direction: the observations, weights, indices
+// and result arrays reach the estimator as host pointers, and its results are where the caller
+// wants them when the task ends.
+#pragma once
+
+#include <sycl/sycl.hpp>
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+#include <vorlex/orv/stats.hpp>
+
+#include "cpu/estimator_calls.hpp"
+#include "orv/ss_task.h"
+
+namespace vorlex::orv::stats::detail::cpu {
+
+// The body of every host task. The estimator keeps pointers to the three words in the task, so
+// they live until it is deleted. A failed call raises computation_error and leaves the task
+// undeleted.
+template <typename T, layout L, typename F>
+void estimate_in_task(std::int64_t n_dims, std::int64_t n_observations, const T* observations,
+                      const T* weights, const std::int64_t* indices, const F& functor) {
+  const std::int64_t dims = n_dims;
+  const std::int64_t observation_count = n_observations;
+  const std::int64_t storage = static_cast<std::int64_t>(L);
+  ss_task* task = nullptr;
+  ss_new_task<T>(&task, &dims, &observation_count, &storage, observations, weights, indices);
+  functor.estimate(task);
+  ss_delete_task(&task);
+}
+
+template <typename T>
+using input_accessor = sycl::accessor<T, 1, sycl::access_mode::read, sycl::target::device>;
+
+// An input that the dataset lacks has no accessor, and the task gets a null pointer for it.
+struct absent_input {};
+
+template <bool Present, typename T>
+auto input_access(sycl::buffer<T, 1>& input, sycl::handler& cgh) {
+  if constexpr (Present) {
+    return input.template get_access<sycl::access_mode::read, sycl::target::device>(cgh);
+  } else {
+    return absent_input{};
+  }
+}
+
+template <typename T>
+const T* input_pointer(const input_accessor<T>& input) {
+  return input.template get_multi_ptr<sycl::access::decorated::no>().get();
+}
+
+inline std::nullptr_t input_pointer(absent_input) {
+  return nullptr;
+}
+
+// One command group for each combination of weights and indices, with accessors for the inputs
+// that are present, made in the order observations, weights, indices.
+//
+// The host task keeps the dataset's sizes and the accessors, not the dataset's buffer handles:
+// a handle that outlived the caller's would end its buffer on the runtime's thread, inside the
+// very command that uses it.
+template <bool HasWeights, bool HasIndices, typename T, layout L, typename F>
+sycl::event submit_command_group(sycl::queue& queue, dataset<L, sycl::buffer<T, 1>>& data,
+                                 const F& functor) {
+  return queue.submit([&data, &functor](sycl::handler& cgh) {
+    auto observations =
+        data.observations.template get_access<sycl::access_mode::read, sycl::target::device>(cgh);
+    auto weights = input_access<HasWeights>(data.weights, cgh);
+    auto indices = input_access<HasIndices>(data.indices, cgh);
+    functor.require(cgh);
+    cgh.host_task([n_dims = data.n_dims, n_observations = data.n_observations, observations,
+                   weights, indices, functor] {
+      estimate_in_task<T, L>(n_dims, n_observations, input_pointer(observations),
+                             input_pointer(weights), input_pointer(indices), functor);
+    });
+  });
+}
+
+// Buffer form: a weights or indices buffer of no elements is absent. Order among commands comes
+// from the accessors.
+template <typename T, layout L, typename F>
+sycl::event submit(sycl::queue& queue, dataset<L, sycl::buffer<T, 1>> data, F& functor) {
+  const bool has_weights = data.weights.size() != 0;
+  const bool has_indices = data.indices.size() != 0;
+  if (has_weights && has_indices) {
+    return submit_command_group<true, true>(queue, data, functor);
+  }
+  if (has_weights) {
+    return submit_command_group<true, false>(queue, data, functor);
+  }
+  if (has_indices) {
+    return submit_command_group<false, true>(queue, data, functor);
+  }
+  return submit_command_group<false, false>(queue, data, functor);
+}
+
+// USM form: the dependencies go to the command group, so the runtime honours them and the call
+// does not wait for them. Weights and indices reach the task as they stand, null or not.
+template <typename T, layout L, typename F>
+sycl::event submit(sycl::queue& queue, dataset<L, T*> data, F& functor,
+                   const std::vector<sycl::event>& dependencies) {
+  return queue.submit([&data, &functor, &dependencies](sycl::handler& cgh) {
+    cgh.depends_on(dependencies);
+    cgh.host_task([n_dims = data.n_dims, n_observations = data.n_observations,
+                   observations = data.observations, weights = data.weights, indices = data.indices,
+                   functor] {
+      estimate_in_task<T, L>(n_dims, n_observations, observations, weights, indices, functor);
+    });
+  });
+}
+
+}  // namespace vorlex::orv::stats::detail::cpu

@@ -1,0 +1,582 @@
+// The CPU frames and functors against the recording module, on a CPU queue: what each statistic
+// hands the estimator in each form (edits, masks, method values, the task's inputs), its USM
+// scratch (order, size, release), the blocking rules, a failed scratch allocation, and estimator
+// failures reaching the queue's asynchronous handler.
+#include <gtest/gtest.h>
+
+#include <sycl/sycl.hpp>
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <exception>
+#include <functional>
+#include <future>
+#include <string>
+#include <type_traits>
+#include <vector>
+#include <vorlex/orv/stats.hpp>
+
+#include "cpu/frames_central.hpp"
+#include "cpu/frames_raw.hpp"
+#include "recording.hpp"
+
+namespace {
+
+namespace st = vorlex::orv::stats;
+namespace cpu = st::detail::cpu;
+using tessel::test::pointer_names;
+using tessel::test::recorded_test;
+using tessel::test::recording;
+using tessel::test::usm_event;
+using fast = std::integral_constant<st::method, st::method::fast>;
+constexpr auto row = st::layout::row_major;
+constexpr auto col = st::layout::col_major;
+constexpr st::method fast_method = st::method::fast;
+constexpr st::method estimator = st::method::estimator;
+
+constexpr std::int64_t n_dims = 3;
+constexpr std::int64_t n_obs = 4;
+
+sycl::queue& cpu_queue() {
+  static sycl::queue queue{sycl::cpu_selector_v};
+  return queue;
+}
+
+// The calls of one frame and the storage it took.
+struct frame_run {
+  std::vector<std::string> calls;
+  std::vector<usm_event> usm;
+};
+
+template <typename T>
+class CpuFrames : public recorded_test {
+ protected:
+  using buffer = sycl::buffer<T, 1>;
+  static constexpr char letter = std::is_same_v<T, float> ? 's' : 'd';
+
+  void TearDown() override { sycl::detail::fail_malloc_shared_after(-1); }
+
+  // The caller's arrays: observations, weights, indices, a mean, four outputs.
+  std::vector<T> x = std::vector<T>(n_dims * n_obs, T(1));
+  std::vector<T> w = std::vector<T>(n_obs, T(2));
+  std::vector<std::int64_t> idx = {1, 0, 1};
+  std::vector<T> mean = std::vector<T>(n_dims, T(1));
+  std::array<std::vector<T>, 4> out{std::vector<T>(n_dims), std::vector<T>(n_dims),
+                                    std::vector<T>(n_dims), std::vector<T>(n_dims)};
+
+  T* o(std::size_t k) { return out[k].data(); }
+
+  template <st::layout L = row>
+  st::dataset<L, T*> usm_data(bool weights = false, bool indices = false) {
+    return st::dataset<L, T*>(n_dims, n_obs, x.data(), weights ? w.data() : nullptr,
+                              indices ? idx.data() : nullptr);
+  }
+
+  // Buffers over the caller's arrays themselves, so that the estimator sees their addresses.
+  template <typename E>
+  static sycl::buffer<E, 1> over(std::vector<E>& v) {
+    return sycl::buffer<E, 1>(v.data(), sycl::range<1>(v.size()),
+                              {sycl::property::buffer::use_host_ptr{}});
+  }
+  static buffer empty() { return buffer(sycl::range<1>(0)); }
+  buffer out_buffer(std::size_t k, bool given = true) { return given ? over(out[k]) : empty(); }
+
+  template <st::layout L = row>
+  st::dataset<L, buffer> buffer_data(bool weights = false, bool indices = false) {
+    return st::dataset<L, buffer>(
+        n_dims, n_obs, over(x), weights ? over(w) : empty(),
+        indices ? over(idx) : sycl::buffer<std::int64_t, 1>(sycl::range<1>(0)));
+  }
+
+  // Runs a frame to its end and describes what it asked of the estimator; USM scratch is
+  // named s1, s2, ... in the order of its allocation.
+  frame_run run(const std::function<void()>& frame) {
+    recording::module().clear();
+    tessel::test::clear_usm_events();
+    frame();
+    cpu_queue().wait();
+    frame_run result;
+    result.usm = tessel::test::usm_events();
+    pointer_names names = {{x.data(), "x"},         {w.data(), "w"},
+                           {idx.data(), "idx"},     {mean.data(), "mean"},
+                           {out[0].data(), "out0"}, {out[1].data(), "out1"},
+                           {out[2].data(), "out2"}, {out[3].data(), "out3"}};
+    int scratch = 0;
+    for (const usm_event& e : result.usm) {
+      if (e.what == usm_event::allocation && e.pointer != nullptr) {
+        names[e.pointer] = "s" + std::to_string(++scratch);
+      }
+    }
+    const auto log = recording::module().log();
+    EXPECT_TRUE(tessel::test::calls_have_letter(log, letter));
+    result.calls = tessel::test::describe_calls(log, names);
+    return result;
+  }
+
+  // A whole task of the default dataset: its creation, the given calls, its deletion.
+  static std::vector<std::string> task(std::vector<std::string> calls,
+                                       const std::string& inputs = "x, -, -",
+                                       const std::string& storage = "0x10000") {
+    calls.insert(calls.begin(), "NewTask(" + inputs + ") 3x4 " + storage);
+    calls.push_back("DeleteTask");
+    return calls;
+  }
+
+  // USM scratch: `blocks` allocations of n_dims elements of T, then their release in the same
+  // order.
+  static void expect_scratch(const frame_run& r, std::size_t blocks) {
+    ASSERT_EQ(r.usm.size(), 2 * blocks);
+    for (std::size_t k = 0; k < blocks; ++k) {
+      EXPECT_EQ(r.usm[k].what, usm_event::allocation);
+      EXPECT_EQ(r.usm[k].count, static_cast<std::size_t>(n_dims));
+      EXPECT_EQ(r.usm[k].element_size, sizeof(T));
+      EXPECT_EQ(r.usm[blocks + k].what, usm_event::release);
+      EXPECT_EQ(r.usm[blocks + k].pointer, r.usm[k].pointer);
+    }
+  }
+};
+
+using element_types = ::testing::Types<float, double>;
+TYPED_TEST_SUITE(CpuFrames, element_types);
+
+TYPED_TEST(CpuFrames, UsmFormsWithoutScratch) {
+  using T = TypeParam;
+  auto& f = *this;
+  const auto mean_call = [&](auto method) {
+    return f.run([&] {
+      cpu::mean_frame::usm<decltype(method)::value, T, row>(cpu_queue(), nullptr, f.usm_data(), {},
+                                                            f.o(0));
+    });
+  };
+  const auto mean_expected = f.task({"EditTask(7, out0)", "Basic(0x1, 1)"});
+  EXPECT_EQ(mean_call(fast{}).calls, mean_expected);
+  // method::estimator tells the estimator 1 as well.
+  EXPECT_EQ(mean_call(std::integral_constant<st::method, estimator>{}).calls, mean_expected);
+
+  EXPECT_EQ(f.run([&] {
+               cpu::min_frame::usm<fast_method, T, row>(cpu_queue(), nullptr, f.usm_data(), {},
+                                                        f.o(0));
+             }).calls,
+            f.task({"EditTask(16, out0)", "Minmax(0x400, 1)"}));
+  EXPECT_EQ(f.run([&] {
+               cpu::max_frame::usm<fast_method, T, row>(cpu_queue(), nullptr, f.usm_data(), {},
+                                                        f.o(0));
+             }).calls,
+            f.task({"EditTask(17, out0)", "Minmax(0x800, 1)"}));
+  // Both extremes: two edits and one computation.
+  EXPECT_EQ(f.run([&] {
+               cpu::min_max_frame::usm<fast_method, T, row>(cpu_queue(), nullptr, f.usm_data(), {},
+                                                            f.o(0), f.o(1));
+             }).calls,
+            f.task({"EditTask(16, out0)", "EditTask(17, out1)", "Minmax(0xc00, 1)"}));
+
+  // A null first sum with a later one given: the first sum's bit stays in the mask.
+  const frame_run raw_sum = f.run([&] {
+    cpu::raw_sum_frame::usm<fast_method, T, row>(cpu_queue(), nullptr, f.usm_data(), {}, nullptr,
+                                                 f.o(1), nullptr, nullptr);
+  });
+  EXPECT_EQ(raw_sum.calls, f.task({"EditSums(-, out1, -, -, -, -, -)", "Basic(0x6000000, 1)"}));
+  EXPECT_TRUE(raw_sum.usm.empty());
+  EXPECT_EQ(f.run([&] {
+               cpu::raw_moment_frame::usm<fast_method, T, row>(
+                   cpu_queue(), nullptr, f.usm_data(), {}, f.o(0), nullptr, f.o(2), nullptr);
+             }).calls,
+            f.task({"EditMoments(out0, -, out2, -, -, -, -)", "Basic(0x5, 1)"}));
+
+  // The caller's mean is input: it goes where the scratch mean would go.
+  const frame_run central_sum = f.run([&] {
+    cpu::central_sum_frame::usm<fast_method, T, row>(cpu_queue(), f.mean.data(), f.usm_data(), {},
+                                                     f.o(0), nullptr, f.o(2));
+  });
+  EXPECT_EQ(central_sum.calls, f.task({"EditTask(7, mean)", "EditSums(-, -, -, -, out0, -, out2)",
+                                       "Basic(0xa0000000, 256)"}));
+  EXPECT_TRUE(central_sum.usm.empty());
+}
+
+TYPED_TEST(CpuFrames, UsmCentralSums) {
+  using T = TypeParam;
+  auto& f = *this;
+  const auto fast_call = [&](bool third, bool fourth) {
+    return f.run([&] {
+      cpu::central_sum_frame::usm<fast_method, T, row>(cpu_queue(), nullptr, f.usm_data(), {},
+                                                       f.o(0), third ? f.o(1) : nullptr,
+                                                       fourth ? f.o(2) : nullptr);
+    });
+  };
+  // method::fast: the mean and raw moments as scratch, r3 and r4 only for wanted sums, and the
+  // estimator's method 2.
+  frame_run r = fast_call(true, false);
+  EXPECT_EQ(r.calls, f.task({"EditMoments(s1, s2, s3, -, -, -, -)",
+                             "EditSums(-, -, -, -, out0, out1, -)", "Basic(0x60000000, 2)"}));
+  f.expect_scratch(r, 3);
+  r = fast_call(false, true);
+  EXPECT_EQ(r.calls, f.task({"EditMoments(s1, s2, -, s3, -, -, -)",
+                             "EditSums(-, -, -, -, out0, -, out2)", "Basic(0xa0000000, 2)"}));
+  f.expect_scratch(r, 3);
+  r = fast_call(false, false);
+  EXPECT_EQ(r.calls, f.task({"EditMoments(s1, s2, -, -, -, -, -)",
+                             "EditSums(-, -, -, -, out0, -, -)", "Basic(0x20000000, 2)"}));
+  f.expect_scratch(r, 2);
+
+  // method::estimator: the mean alone, by a field edit.
+  r = f.run([&] {
+    cpu::central_sum_frame::usm<estimator, T, row>(cpu_queue(), nullptr, f.usm_data(), {}, f.o(0),
+                                                   nullptr, f.o(2));
+  });
+  EXPECT_EQ(r.calls, f.task({"EditTask(7, s1)", "EditSums(-, -, -, -, out0, -, out2)",
+                             "Basic(0xa0000000, 2)"}));
+  f.expect_scratch(r, 1);
+}
+
+TYPED_TEST(CpuFrames, UsmCentralMoments) {
+  using T = TypeParam;
+  auto& f = *this;
+  frame_run r = f.run([&] {
+    cpu::central_moment_frame::usm<fast_method, T, row>(cpu_queue(), nullptr, f.usm_data(), {},
+                                                        f.o(0), nullptr, f.o(2));
+  });
+  // The fourth moment alone: raw3 was not allocated, and goes as null.
+  EXPECT_EQ(r.calls, f.task({"EditMoments(s1, s2, -, s3, out0, -, out2)", "Basic(0x50, 1)"}));
+  f.expect_scratch(r, 3);
+  r = f.run([&] {
+    cpu::central_moment_frame::usm<estimator, T, row>(cpu_queue(), nullptr, f.usm_data(), {},
+                                                      f.o(0), f.o(1), f.o(2));
+  });
+  EXPECT_EQ(r.calls, f.task({"EditMoments(s1, s2, s3, s4, out0, out1, out2)", "Basic(0x70, 2)"}));
+  f.expect_scratch(r, 4);
+  r = f.run([&] {
+    cpu::central_moment_frame::usm<fast_method, T, row>(cpu_queue(), f.mean.data(), f.usm_data(),
+                                                        {}, f.o(0), f.o(1), nullptr);
+  });
+  EXPECT_EQ(r.calls, f.task({"EditMoments(mean, s1, s2, -, out0, out1, -)", "Basic(0x30, 256)"}));
+  f.expect_scratch(r, 2);
+}
+
+TYPED_TEST(CpuFrames, UsmDerivedStatistics) {
+  using T = TypeParam;
+  auto& f = *this;
+  struct expectation {
+    const char* statistic;
+    std::function<void(T* user_mean)> frame;
+    std::vector<std::string> plain;
+    std::size_t plain_blocks;
+    std::vector<std::string> with_mean;
+  };
+  const std::vector<expectation> cases = {
+      {"kurtosis",
+       [&](T* m) {
+         cpu::kurtosis_frame::usm<fast_method, T, row>(cpu_queue(), m, f.usm_data(), {}, f.o(0));
+       },
+       {"EditMoments(s1, s2, s3, s4, s5, -, s6)", "EditTask(14, out0)", "Basic(0x80, 1)"},
+       6,
+       {"EditMoments(mean, s1, s2, s3, s4, -, s5)", "EditTask(14, out0)", "Basic(0x80, 256)"}},
+      {"skewness",
+       [&](T* m) {
+         cpu::skewness_frame::usm<fast_method, T, row>(cpu_queue(), m, f.usm_data(), {}, f.o(0));
+       },
+       {"EditMoments(s1, s2, s3, -, s4, s5, -)", "EditTask(15, out0)", "Basic(0x100, 1)"},
+       5,
+       {"EditMoments(mean, s1, s2, -, s3, s4, -)", "EditTask(15, out0)", "Basic(0x100, 256)"}},
+      {"variation",
+       [&](T* m) {
+         cpu::variation_frame::usm<fast_method, T, row>(cpu_queue(), m, f.usm_data(), {}, f.o(0));
+       },
+       {"EditMoments(s1, s2, -, -, s3, -, -)", "EditTask(18, out0)", "Basic(0x200, 1)"},
+       3,
+       {"EditMoments(mean, s1, -, -, s2, -, -)", "EditTask(18, out0)", "Basic(0x200, 256)"}},
+  };
+  for (const expectation& c : cases) {
+    SCOPED_TRACE(c.statistic);
+    frame_run r = f.run([&] { c.frame(nullptr); });
+    EXPECT_EQ(r.calls, f.task(c.plain));
+    f.expect_scratch(r, c.plain_blocks);
+    r = f.run([&] { c.frame(f.mean.data()); });
+    EXPECT_EQ(r.calls, f.task(c.with_mean));
+    f.expect_scratch(r, c.plain_blocks - 1);
+  }
+  // method::estimator is the same code: the estimator is told 1.
+  const frame_run r = f.run([&] {
+    cpu::kurtosis_frame::usm<estimator, T, row>(cpu_queue(), nullptr, f.usm_data(), {}, f.o(0));
+  });
+  EXPECT_EQ(r.calls.at(3), "Basic(0x80, 1)");
+}
+
+TYPED_TEST(CpuFrames, TaskInputsAndStorageWord) {
+  using T = TypeParam;
+  auto& f = *this;
+  // Weights and indices go to the task's creation, as they stand, in both forms.
+  const std::pair<bool, bool> inputs[] = {
+      {true, true}, {true, false}, {false, true}, {false, false}};
+  for (const auto& [weights, indices] : inputs) {
+    SCOPED_TRACE(std::to_string(weights) + std::to_string(indices));
+    const std::string expected =
+        std::string("x, ") + (weights ? "w" : "-") + ", " + (indices ? "idx" : "-");
+    const auto expected_calls =
+        f.task({"EditTask(16, out0)", "EditTask(17, out1)", "Minmax(0xc00, 1)"}, expected);
+    EXPECT_EQ(f.run([&] {
+                 cpu::min_max_frame::usm<fast_method, T, row>(
+                     cpu_queue(), nullptr, f.usm_data(weights, indices), {}, f.o(0), f.o(1));
+               }).calls,
+              expected_calls);
+    EXPECT_EQ(f.run([&] {
+                 cpu::min_max_frame::buffer<fast_method, T, row>(cpu_queue(), nullptr,
+                                                                 f.buffer_data(weights, indices),
+                                                                 f.out_buffer(0), f.out_buffer(1));
+               }).calls,
+              expected_calls);
+  }
+  EXPECT_EQ(f.run([&] {
+               cpu::mean_frame::usm<fast_method, T, col>(cpu_queue(), nullptr,
+                                                         f.template usm_data<col>(), {}, f.o(0));
+             }).calls,
+            f.task({"EditTask(7, out0)", "Basic(0x1, 1)"}, "x, -, -", "0x20000"));
+  EXPECT_EQ(f.run([&] {
+               cpu::mean_frame::buffer<fast_method, T, col>(
+                   cpu_queue(), nullptr, f.template buffer_data<col>(false, true), f.out_buffer(0));
+             }).calls,
+            f.task({"EditTask(7, out0)", "Basic(0x1, 1)"}, "x, -, idx", "0x20000"));
+}
+
+TYPED_TEST(CpuFrames, BufferFormsUseDummiesAndFlags) {
+  using T = TypeParam;
+  auto& f = *this;
+  EXPECT_EQ(f.run([&] {
+               cpu::raw_sum_frame::buffer<fast_method, T, row>(
+                   cpu_queue(), nullptr, f.buffer_data(), f.out_buffer(0), f.out_buffer(1),
+                   f.empty(), f.empty());
+             }).calls,
+            f.task({"EditSums(out0, out1, -, -, -, -, -)", "Basic(0x6000000, 1)"}));
+  // The second moment only: the third and fourth sit on dummies that never reach the estimator.
+  EXPECT_EQ(f.run([&] {
+               cpu::raw_moment_frame::buffer<fast_method, T, row>(
+                   cpu_queue(), nullptr, f.buffer_data(), f.out_buffer(0), f.out_buffer(1),
+                   f.empty(), f.empty());
+             }).calls,
+            f.task({"EditMoments(out0, out1, -, -, -, -, -)", "Basic(0x3, 1)"}));
+  // The fourth central moment only: raw3 and raw4 are real arrays, central3 is withheld.
+  EXPECT_EQ(f.run([&] {
+               cpu::central_moment_frame::buffer<fast_method, T, row>(
+                   cpu_queue(), nullptr, f.buffer_data(), f.out_buffer(0), f.empty(),
+                   f.out_buffer(2));
+             }).calls,
+            f.task({"EditMoments(#1, #2, #3, #4, out0, -, out2)", "Basic(0x50, 1)"}));
+  EXPECT_EQ(f.run([&] {
+               cpu::central_moment_frame::buffer<estimator, T, row>(
+                   cpu_queue(), nullptr, f.buffer_data(), f.out_buffer(0), f.out_buffer(1),
+                   f.empty());
+             }).calls,
+            f.task({"EditMoments(#1, #2, #3, -, out0, out1, -)", "Basic(0x30, 2)"}));
+  auto mean_buffer = f.over(f.mean);
+  EXPECT_EQ(f.run([&] {
+               cpu::central_moment_frame::buffer<fast_method, T, row>(
+                   cpu_queue(), &mean_buffer, f.buffer_data(), f.out_buffer(0), f.out_buffer(1),
+                   f.out_buffer(2));
+             }).calls,
+            f.task({"EditMoments(mean, #1, #2, #3, out0, out1, out2)", "Basic(0x70, 256)"}));
+  EXPECT_EQ(f.run([&] {
+               cpu::kurtosis_frame::buffer<fast_method, T, row>(cpu_queue(), &mean_buffer,
+                                                                f.buffer_data(), f.out_buffer(0));
+             }).calls,
+            f.task({"EditMoments(mean, #1, #2, #3, #4, -, #5)", "EditTask(14, out0)",
+                    "Basic(0x80, 256)"}));
+}
+
+TYPED_TEST(CpuFrames, BufferCentralSums) {
+  using T = TypeParam;
+  auto& f = *this;
+  const auto fast_call = [&](bool third, bool fourth) {
+    return f.run([&] {
+      cpu::central_sum_frame::buffer<fast_method, T, row>(cpu_queue(), nullptr, f.buffer_data(),
+                                                          f.out_buffer(0), f.out_buffer(1, third),
+                                                          f.out_buffer(2, fourth));
+    });
+  };
+  // The fourth sum only: the third sum's pointer is the dummy's, with its bit clear; method 1.
+  EXPECT_EQ(fast_call(false, true).calls,
+            f.task({"EditMoments(#1, #2, #3, #4, -, -, -)", "EditSums(-, -, -, -, out0, #5, out2)",
+                    "Basic(0xa0000000, 1)"}));
+  EXPECT_EQ(fast_call(true, true).calls,
+            f.task({"EditMoments(#1, #2, #3, #4, -, -, -)",
+                    "EditSums(-, -, -, -, out0, out1, out2)", "Basic(0xe0000000, 1)"}));
+  EXPECT_EQ(fast_call(false, false).calls,
+            f.task({"EditMoments(#1, #2, -, -, -, -, -)", "EditSums(-, -, -, -, out0, -, -)",
+                    "Basic(0x20000000, 1)"}));
+  EXPECT_EQ(
+      f.run([&] {
+         cpu::central_sum_frame::buffer<estimator, T, row>(
+             cpu_queue(), nullptr, f.buffer_data(), f.out_buffer(0), f.empty(), f.out_buffer(2));
+       }).calls,
+      f.task({"EditTask(7, #1)", "EditSums(-, -, -, -, out0, #2, out2)", "Basic(0xa0000000, 2)"}));
+  auto mean_buffer = f.over(f.mean);
+  EXPECT_EQ(
+      f.run([&] {
+         cpu::central_sum_frame::buffer<fast_method, T, row>(
+             cpu_queue(), &mean_buffer, f.buffer_data(), f.out_buffer(0), f.empty(), f.empty());
+       }).calls,
+      f.task({"EditTask(7, mean)", "EditSums(-, -, -, -, out0, -, -)", "Basic(0x20000000, 256)"}));
+}
+
+// A dependency that completes only when the test opens it.
+class gate {
+ public:
+  explicit gate(sycl::queue& queue) {
+    event_ = queue.submit(
+        [opened = opened_](sycl::handler& cgh) { cgh.host_task([opened] { opened.wait(); }); });
+  }
+  ~gate() { open(); }
+  gate(const gate&) = delete;
+  gate& operator=(const gate&) = delete;
+  void open() {
+    if (!is_open_) {
+      is_open_ = true;
+      open_.set_value();
+    }
+  }
+  sycl::event event() const { return event_; }
+
+ private:
+  std::promise<void> open_;
+  std::shared_future<void> opened_ = open_.get_future().share();
+  bool is_open_ = false;
+  sycl::event event_;
+};
+
+TYPED_TEST(CpuFrames, UsmFramesWithScratchWaitOthersReturnAtOnce) {
+  using T = TypeParam;
+  auto& f = *this;
+  {
+    gate g(cpu_queue());
+    // No scratch: the call returns while its dependency still holds the host task back.
+    sycl::event done = cpu::central_sum_frame::usm<fast_method, T, row>(
+        cpu_queue(), f.mean.data(), f.usm_data(), {g.event()}, f.o(0), nullptr, nullptr);
+    EXPECT_NE(done.template get_info<sycl::info::event::command_execution_status>(),
+              sycl::info::event_command_status::complete);
+    EXPECT_TRUE(recording::module().log().empty());
+    g.open();
+    done.wait();
+  }
+  {
+    gate g(cpu_queue());
+    // Scratch: the call waits for its host task, so it cannot return before the gate opens.
+    auto call = std::async(std::launch::async, [&] {
+      return cpu::central_moment_frame::usm<fast_method, T, row>(
+          cpu_queue(), f.mean.data(), f.usm_data(), {g.event()}, f.o(0), nullptr, nullptr);
+    });
+    EXPECT_EQ(call.wait_for(std::chrono::milliseconds(200)), std::future_status::timeout);
+    g.open();
+    const sycl::event done = call.get();
+    EXPECT_EQ(done.template get_info<sycl::info::event::command_execution_status>(),
+              sycl::info::event_command_status::complete);
+  }
+}
+
+TYPED_TEST(CpuFrames, FailedScratchAllocationFreesTheRestAndSubmitsNothing) {
+  using T = TypeParam;
+  auto& f = *this;
+  struct scratch_frame {
+    std::string statistic;
+    std::size_t blocks;
+    std::function<void()> frame;
+  };
+  const std::vector<scratch_frame> frames = {
+      {"kurtosis", 6,
+       [&] {
+         cpu::kurtosis_frame::usm<fast_method, T, row>(cpu_queue(), nullptr, f.usm_data(), {},
+                                                       f.o(0));
+       }},
+      {"central_sum", 4,
+       [&] {
+         cpu::central_sum_frame::usm<fast_method, T, row>(cpu_queue(), nullptr, f.usm_data(), {},
+                                                          f.o(0), f.o(1), f.o(2));
+       }},
+      {"central_moment", 3,
+       [&] {
+         cpu::central_moment_frame::usm<estimator, T, row>(cpu_queue(), f.mean.data(), f.usm_data(),
+                                                           {}, f.o(0), f.o(1), f.o(2));
+       }},
+      {"variation", 3,
+       [&] {
+         cpu::variation_frame::usm<fast_method, T, row>(cpu_queue(), nullptr, f.usm_data(), {},
+                                                        f.o(0));
+       }},
+  };
+  const std::string device = cpu_queue().get_device().get_info<sycl::info::device::name>();
+  for (const scratch_frame& s : frames) {
+    for (std::size_t successes = 0; successes < s.blocks; ++successes) {
+      SCOPED_TRACE(s.statistic + " failing after " + std::to_string(successes));
+      sycl::detail::fail_malloc_shared_after(static_cast<long long>(successes));
+      recording::module().clear();
+      tessel::test::clear_usm_events();
+      try {
+        s.frame();
+        ADD_FAILURE() << "no exception";
+      } catch (const vorlex::orv::device_bad_alloc& e) {
+        EXPECT_EQ(std::string(e.what()),
+                  "vorlex::orv::rng::" + s.statistic + ": cannot allocate memory on " + device);
+      }
+      // Every block is asked for before any is looked at; those obtained go back in order.
+      const std::vector<usm_event> usm = tessel::test::usm_events();
+      ASSERT_EQ(usm.size(), s.blocks + successes);
+      for (std::size_t k = 0; k < s.blocks; ++k) {
+        EXPECT_EQ(usm[k].what, usm_event::allocation);
+        EXPECT_EQ(usm[k].pointer == nullptr, k >= successes);
+      }
+      for (std::size_t k = 0; k < successes; ++k) {
+        EXPECT_EQ(usm[s.blocks + k].what, usm_event::release);
+        EXPECT_EQ(usm[s.blocks + k].pointer, usm[k].pointer);
+      }
+      EXPECT_TRUE(recording::module().log().empty());
+    }
+    sycl::detail::fail_malloc_shared_after(static_cast<long long>(s.blocks));
+    EXPECT_NO_THROW(s.frame()) << s.statistic;
+    sycl::detail::fail_malloc_shared_after(-1);
+  }
+}
+
+TYPED_TEST(CpuFrames, EstimatorFailuresReachTheAsynchronousHandler) {
+  using T = TypeParam;
+  auto& f = *this;
+  std::vector<std::string> errors;
+  sycl::queue queue{sycl::cpu_selector_v, [&errors](const sycl::exception_list& list) {
+                      for (const std::exception_ptr& e : list) {
+                        try {
+                          std::rethrow_exception(e);
+                        } catch (const vorlex::orv::computation_error& error) {
+                          errors.emplace_back(error.what());
+                        } catch (...) {
+                          errors.emplace_back("another exception");
+                        }
+                      }
+                    }};
+  const std::string type_letter(1, f.letter);
+  // A positive status is a failure too. The task is not deleted on this path.
+  recording::module().program("_ksu" + type_letter + "SSBasic", 1);
+  tessel::test::clear_usm_events();
+  const sycl::event done =
+      cpu::kurtosis_frame::usm<fast_method, T, row>(queue, nullptr, f.usm_data(), {}, f.o(0));
+  EXPECT_EQ(done.template get_info<sycl::info::event::command_execution_status>(),
+            sycl::info::event_command_status::complete);
+  EXPECT_EQ(tessel::test::usm_events().size(), 12u);  // six blocks and their release
+  EXPECT_EQ(recording::module().calls(),
+            (std::vector<std::string>{
+                "__ksu" + type_letter + "SSNewTask", "__ksu" + type_letter + "SSEditMoments",
+                "__ksu" + type_letter + "SSEditTask", "_ksu" + type_letter + "SSBasic"}));
+  EXPECT_TRUE(errors.empty());
+  queue.wait_and_throw();
+  EXPECT_EQ(errors, std::vector<std::string>{"vorlex::orv::stats: computation error"});
+
+  // A failed edit stops the functor there, in the buffer form as well.
+  errors.clear();
+  recording::module().clear();
+  recording::module().program("__ksu" + type_letter + "SSEditMoments", -3);
+  cpu::skewness_frame::buffer<fast_method, T, row>(queue, nullptr, f.buffer_data(),
+                                                   f.out_buffer(0));
+  EXPECT_EQ(recording::module().calls(),
+            (std::vector<std::string>{"__ksu" + type_letter + "SSNewTask",
+                                      "__ksu" + type_letter + "SSEditMoments"}));
+  queue.wait_and_throw();
+  EXPECT_EQ(errors, std::vector<std::string>{"vorlex::orv::stats: computation error"});
+}
+
+}  // namespace
