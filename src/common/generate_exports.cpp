@@ -2,8 +2,10 @@
 // view of the library's boundary, so that no mangled name is ever maintained by hand:
 //   - a version script that exports the public entries and what the exception classes need,
 //     and hides everything else;
-//   - a response file of --defsym options that give each plain-form method::fast entry of the
-//     statistics named by --method2-alias a method::estimator twin at the same address.
+//   - a response file for the compiler driver, of -Wl,--defsym options that give each
+//     plain-form method::fast entry of the statistics named by --method2-alias a
+//     method::estimator twin at the same address. (The driver reads it: clang expands a
+//     response file even behind -Xlinker, so it must hold driver options.)
 //
 // usage: generate_exports --version-script FILE --defsym FILE [--method2-alias NAME]... OBJECT...
 #include <cxxabi.h>
@@ -221,7 +223,7 @@ int main(int argc, char** argv) {
     script += "  local:\n    *;\n};\n";
     std::string defsym;
     for (const auto& [twin, target] : table.aliases) {
-      defsym += "--defsym=" + twin + "=" + target + "\n";
+      defsym += "-Wl,--defsym=" + twin + "=" + target + "\n";
     }
     write_file(opts.version_script, script);
     write_file(opts.defsym, defsym);
