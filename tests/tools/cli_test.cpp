@@ -18,8 +18,7 @@ struct parsed {
 parsed parse(std::vector<const char*> args) {
   args.insert(args.begin(), "tessel");
   std::ostringstream out, err;
-  cli_outcome outcome =
-      parse_command_line(static_cast<int>(args.size()), args.data(), out, err);
+  cli_outcome outcome = parse_command_line(static_cast<int>(args.size()), args.data(), out, err);
   return {std::move(outcome), out.str(), err.str()};
 }
 
@@ -45,9 +44,11 @@ TEST(CommandLine, DescribeDefaults) {
 
 TEST(CommandLine, DescribeEveryOption) {
   const describe_options options =
-      describe({"data.csv", "--device", "emulated gpu", "--type", "float", "--dims", "0,2-3",
-                "--weights-column", "w", "--mean", "m.csv", "--rows-are", "dimensions",
-                "--output", "json", "--all", "--delimiter", "tab", "--header", "no"});
+      describe({"data.csv",    "--device", "emulated gpu", "--type",
+                "float",       "--dims",   "0,2-3",        "--weights-column",
+                "w",           "--mean",   "m.csv",        "--rows-are",
+                "dimensions",  "--output", "json",         "--all",
+                "--delimiter", "tab",      "--header",     "no"});
   EXPECT_EQ(options.file, "data.csv");
   EXPECT_EQ(options.device, "emulated gpu");
   EXPECT_EQ(options.type, element_type::f32);

@@ -108,7 +108,8 @@ TEST(CsvErrors, EveryMessageNamesFileLineAndColumn) {
   EXPECT_EQ(parse_error("a,b\n1,2\n3,1.5.2\n"), "t.csv:3:3: non-numeric cell \"1.5.2\"");
   EXPECT_EQ(parse_error("a,b\n1,\n"), "t.csv:2:3: empty cell");
   EXPECT_EQ(parse_error("a,b\n1,2,3,4\n"), "t.csv:2:5: ragged row: 4 cells where line 1 has 2");
-  EXPECT_EQ(parse_error("a,b,c\n1,2,3\n1,2\n"), "t.csv:3:4: ragged row: 2 cells where line 1 has 3");
+  EXPECT_EQ(parse_error("a,b,c\n1,2,3\n1,2\n"),
+            "t.csv:3:4: ragged row: 2 cells where line 1 has 3");
   // Too short to be a whole row, so no room was made for it (found by the fuzz target).
   EXPECT_EQ(parse_error("a,b,c\ninf"), "t.csv:2:4: ragged row: 1 cells where line 1 has 3");
   EXPECT_EQ(parse_error("1,2\n3,\"4\n"), "t.csv:2:3: unterminated quoted cell");
@@ -116,7 +117,8 @@ TEST(CsvErrors, EveryMessageNamesFileLineAndColumn) {
   EXPECT_EQ(parse_error("1,2\n1,\"2\"\"\"\n"), "t.csv:2:3: non-numeric cell \"2\\x22\\x22\"");
   csv_options single;
   single.type = element_type::f32;
-  EXPECT_EQ(parse_error("1\n1e39\n", single), "t.csv:2:1: number \"1e39\" is out of range for float");
+  EXPECT_EQ(parse_error("1\n1e39\n", single),
+            "t.csv:2:1: number \"1e39\" is out of range for float");
   EXPECT_EQ(parse_error("1\n-1e309\n"), "t.csv:2:1: number \"-1e309\" is out of range for double");
 }
 
@@ -176,7 +178,8 @@ TEST(CsvMemory, OneAllocationSizedByTheRowsThatCanBeThere) {
     }
   } counting;
   std::string text = "a,b,c\n";
-  for (int row = 0; row < 1000; ++row) text += "1,2,3\n";
+  for (int row = 0; row < 1000; ++row)
+    text += "1,2,3\n";
   progress silent;
   const csv_table table = parse_csv(text, "t.csv", {}, counting, silent);
   EXPECT_EQ(table.n_rows, 1000);
@@ -186,7 +189,8 @@ TEST(CsvMemory, OneAllocationSizedByTheRowsThatCanBeThere) {
 
 TEST(CsvMemory, BlankLinesUnderAWideHeaderAskForLittle) {
   std::string text;
-  for (int column = 0; column < 500; ++column) text += "c" + std::to_string(column) + ",";
+  for (int column = 0; column < 500; ++column)
+    text += "c" + std::to_string(column) + ",";
   text += "last\n" + std::string(10000, '\n');
   struct peak_resource : std::pmr::memory_resource {
     std::size_t largest = 0;

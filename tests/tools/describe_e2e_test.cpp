@@ -70,7 +70,8 @@ std::string write_data(const scratch_dir& dir, const generated<T>& data, source 
   const auto columns = file_columns(data, weights);
   if (kind == source::npy_fortran) {
     std::string bytes;
-    for (const auto& column : columns) bytes += raw_bytes(column, false);
+    for (const auto& column : columns)
+      bytes += raw_bytes(column, false);
     const std::string descr = sizeof(T) == 4 ? "<f4" : "<f8";
     return dir.write("data.npy",
                      npy_file(fmt::format("{{'descr': '{}', 'fortran_order': True, 'shape': ({}, "
@@ -88,7 +89,8 @@ std::string write_data(const scratch_dir& dir, const generated<T>& data, source 
       text += '\n';
     }
   } else {
-    for (const auto& column : columns) text += fmt::format("{}\n", fmt::join(column, ";"));
+    for (const auto& column : columns)
+      text += fmt::format("{}\n", fmt::join(column, ";"));
   }
   return dir.write("data.csv", text);
 }
@@ -109,7 +111,8 @@ std::vector<T> library_matrix(const generated<T>& data, storage layout) {
 sycl::queue queue_on(const std::string& name) {
   for (const sycl::device& device : sycl::device::get_devices()) {
     const std::string device_name = device.get_info<sycl::info::device::name>();
-    if (device_name == name || (name == "cpu" && device.is_cpu())) return sycl::queue(device);
+    if (device_name == name || (name == "cpu" && device.is_cpu()))
+      return sycl::queue(device);
   }
   throw std::runtime_error("no device " + name);
 }
@@ -140,10 +143,11 @@ std::map<std::string, std::vector<T>> library_results(sycl::queue& q, const std:
   const stats::dataset<L, T*> data(n_dims, n_obs, values.data, weights ? w.data : nullptr,
                                    selection ? chosen.data : nullptr);
   std::map<std::string, std::unique_ptr<shared_array<T>>> out;
-  for (const char* key : {"mean", "variance", "central_moment3", "central_moment4", "variation",
-                          "skewness", "kurtosis", "min", "max", "raw_sum", "raw_sum2", "raw_sum3",
-                          "raw_sum4", "raw_mean", "raw_moment2", "raw_moment3", "raw_moment4",
-                          "central_sum2", "central_sum3", "central_sum4"}) {
+  for (const char* key : {"mean",        "variance",     "central_moment3", "central_moment4",
+                          "variation",   "skewness",     "kurtosis",        "min",
+                          "max",         "raw_sum",      "raw_sum2",        "raw_sum3",
+                          "raw_sum4",    "raw_mean",     "raw_moment2",     "raw_moment3",
+                          "raw_moment4", "central_sum2", "central_sum3",    "central_sum4"}) {
     out[key] = std::make_unique<shared_array<T>>(q, n_dims);
   }
   const auto at = [&](const char* key) { return out.at(key)->data; };
@@ -177,7 +181,8 @@ std::map<std::string, std::vector<T>> library_results(sycl::queue& q, const std:
         .wait();
   }
   std::map<std::string, std::vector<T>> results;
-  for (const auto& [key, array] : out) results[key].assign(array->data, array->data + n_dims);
+  for (const auto& [key, array] : out)
+    results[key].assign(array->data, array->data + n_dims);
   return results;
 }
 
@@ -197,32 +202,39 @@ void check_case(const describe_case& param) {
   const auto& [type, device, kind, weights, with_user_mean] = param;
   const scratch_dir dir;
   const generated<T> data = make_data<T>();
-  std::vector<std::string> args = {"describe", write_data(dir, data, kind, weights), "--device",
-                                   device,     "--type", std::string(name_of(type)),
-                                   "--all",    "--output", "json"};
-  if (kind == source::csv_by_dimension) args.insert(args.end(), {"--rows-are", "dimensions"});
-  if (weights == weighting::column) args.insert(args.end(), {"--weights-column", "1"});
+  std::vector<std::string> args = {
+      "describe", write_data(dir, data, kind, weights), "--device", device,
+      "--type",   std::string(name_of(type)),           "--all",    "--output",
+      "json"};
+  if (kind == source::csv_by_dimension)
+    args.insert(args.end(), {"--rows-are", "dimensions"});
+  if (weights == weighting::column)
+    args.insert(args.end(), {"--weights-column", "1"});
   if (weights == weighting::file) {
-    args.insert(args.end(),
-                {"--weights", dir.write("w.csv", fmt::format("{}\n", fmt::join(data.weights, "\n")))});
+    args.insert(
+        args.end(),
+        {"--weights", dir.write("w.csv", fmt::format("{}\n", fmt::join(data.weights, "\n")))});
   }
   if (with_user_mean) {
-    args.insert(args.end(), {"--dims", "0,2", "--mean",
-                             dir.write("m.csv", fmt::format("{}\n", fmt::join(data.user_mean, ",")))});
+    args.insert(args.end(),
+                {"--dims", "0,2", "--mean",
+                 dir.write("m.csv", fmt::format("{}\n", fmt::join(data.user_mean, ",")))});
   }
   const tool_run run = run_tessel(args, dir.path(""));
 
   if (kind == source::csv_by_dimension && weights == weighting::column) {
     EXPECT_EQ(run.status, 2);
-    EXPECT_EQ(run.err, "tessel: --weights-column needs rows read as observations; with "
-                       "--rows-are dimensions give the weights with --weights FILE\n");
+    EXPECT_EQ(run.err,
+              "tessel: --weights-column needs rows read as observations; with "
+              "--rows-are dimensions give the weights with --weights FILE\n");
     EXPECT_EQ(run.out, "");
     return;
   }
   if (device == "cpu" && run.status == 1 && run.err.find("unimplemented") != std::string::npos) {
     // Until the library computes on CPU queues: one clean line, nothing on stdout.
-    EXPECT_EQ(run.err, "tessel: vorlex::orv::stats::mean: unimplemented functionality: for this "
-                       "device\n");
+    EXPECT_EQ(run.err,
+              "tessel: vorlex::orv::stats::mean: unimplemented functionality: for this "
+              "device\n");
     EXPECT_EQ(run.out, "");
     return;
   }
@@ -230,7 +242,8 @@ void check_case(const describe_case& param) {
   EXPECT_EQ(run.err, "");
   const json document = json::parse(run.out);
 
-  const storage layout = kind == source::csv_by_observation ? storage::col_major : storage::row_major;
+  const storage layout =
+      kind == source::csv_by_observation ? storage::col_major : storage::row_major;
   EXPECT_EQ(document["layout"], layout == storage::col_major ? "col_major" : "row_major");
   EXPECT_EQ(document["observations"], n_obs);
   EXPECT_EQ(document["dimensions_in_file"], n_dims);
@@ -242,12 +255,12 @@ void check_case(const describe_case& param) {
   sycl::queue queue = queue_on(device);
   const auto library =
       layout == storage::col_major
-          ? library_results<T, stats::layout::col_major>(queue, matrix, weighted ? &data.weights : nullptr,
-                                                         with_user_mean ? &selection : nullptr,
-                                                         with_user_mean ? &spread_mean : nullptr)
-          : library_results<T, stats::layout::row_major>(queue, matrix, weighted ? &data.weights : nullptr,
-                                                         with_user_mean ? &selection : nullptr,
-                                                         with_user_mean ? &spread_mean : nullptr);
+          ? library_results<T, stats::layout::col_major>(
+                queue, matrix, weighted ? &data.weights : nullptr,
+                with_user_mean ? &selection : nullptr, with_user_mean ? &spread_mean : nullptr)
+          : library_results<T, stats::layout::row_major>(
+                queue, matrix, weighted ? &data.weights : nullptr,
+                with_user_mean ? &selection : nullptr, with_user_mean ? &spread_mean : nullptr);
   matrix_input<T> input;
   input.values = matrix.data();
   input.n_dims = n_dims;
@@ -275,7 +288,8 @@ void check_case(const describe_case& param) {
 
     // Exactly the library's own results: printing and reading back loses nothing.
     for (const auto& [key, results] : library) {
-      if (key == "raw_mean") continue;
+      if (key == "raw_mean")
+        continue;
       EXPECT_EQ(value(key.c_str()), results[d]) << key;
     }
     EXPECT_EQ(value("std_dev"), std::sqrt(library.at("variance")[d]));

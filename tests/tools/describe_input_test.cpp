@@ -12,7 +12,8 @@ using ::testing::ElementsAre;
 
 std::vector<std::string> names_of(const describe_result& result) {
   std::vector<std::string> names;
-  for (const auto& dimension : result.dimensions) names.push_back(dimension.name);
+  for (const auto& dimension : result.dimensions)
+    names.push_back(dimension.name);
   return names;
 }
 

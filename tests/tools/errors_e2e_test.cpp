@@ -38,8 +38,9 @@ TEST(ToolErrors, DataErrorsExitOne) {
                                                         "'shape': (2,), }",
                                                         std::string(8, '\0')));
   expect_refused(run_tessel({"describe", npy, "--device", emulated_gpu}, dir.path("")), 1,
-                 npy + ": unsupported .npy element type '<i4' (tessel reads float32 and float64: "
-                       "'<f4', '>f4', '<f8', '>f8')");
+                 npy +
+                     ": unsupported .npy element type '<i4' (tessel reads float32 and float64: "
+                     "'<f4', '>f4', '<f8', '>f8')");
   const std::string data = dir.write("data.csv", "1\n2\n3\n");
   const std::string weights = dir.write("w.csv", "1\n2\n");
   expect_refused(
@@ -65,9 +66,9 @@ TEST(ToolErrors, UsageErrorsExitTwo) {
   EXPECT_EQ(unknown_option.status, 2);
   EXPECT_THAT(unknown_option.err, HasSubstr("--frobnicate"));
 
-  expect_refused(run_tessel({"describe", data, "--dims", "z", "--device", emulated_gpu},
-                            dir.path("")),
-                 2, "--dims: \"z\" is neither a dimension's name nor an index or a range like 2-5");
+  expect_refused(
+      run_tessel({"describe", data, "--dims", "z", "--device", emulated_gpu}, dir.path("")), 2,
+      "--dims: \"z\" is neither a dimension's name nor an index or a range like 2-5");
   expect_refused(run_tessel({"describe", data, "--weights-column", "w", "--device", emulated_gpu},
                             dir.path("")),
                  2, "--weights-column: " + data + " has no column named \"w\"");

@@ -140,8 +140,10 @@ TEST(FormatJson, DoublesRoundTrip) {
   result.dimensions[0][statistic::count] = 3;
   const nlohmann::json document = nlohmann::json::parse(format_json(result));
   for (const statistic_info& s : result.statistics()) {
-    if (s.id == statistic::count) continue;
-    EXPECT_EQ(document["dimensions"][0][std::string(s.key)].get<double>(), result.dimensions[0][s.id])
+    if (s.id == statistic::count)
+      continue;
+    EXPECT_EQ(document["dimensions"][0][std::string(s.key)].get<double>(),
+              result.dimensions[0][s.id])
         << s.key;
   }
 }

@@ -31,7 +31,9 @@ std::string dictionary(const std::string& descr, bool fortran, const std::string
 }
 
 // Element [r][c] of the 3 x 2 test array.
-double element(std::size_t r, std::size_t c) { return static_cast<double>(r * 10 + c) + 0.5; }
+double element(std::size_t r, std::size_t c) {
+  return static_cast<double>(r * 10 + c) + 0.5;
+}
 
 template <class T>
 std::vector<T> in_file_order(bool fortran) {
@@ -58,14 +60,15 @@ std::string kind_name(const ::testing::TestParamInfo<kind>& tested) {
 
 TEST_P(NpyKinds, ReadsEveryValueInTheFilesOrder) {
   const auto [stored, big_endian, fortran, version, target] = GetParam();
-  const std::string descr = std::string(big_endian ? ">" : "<") +
-                            (stored == element_type::f32 ? "f4" : "f8");
+  const std::string descr =
+      std::string(big_endian ? ">" : "<") + (stored == element_type::f32 ? "f4" : "f8");
   const std::string data = stored == element_type::f32
                                ? raw_bytes(in_file_order<float>(fortran), big_endian)
                                : raw_bytes(in_file_order<double>(fortran), big_endian);
   npy_options options;
   options.type = target;
-  const npy_array array = read(npy_file(dictionary(descr, fortran, "(3, 2)"), data, version), options);
+  const npy_array array =
+      read(npy_file(dictionary(descr, fortran, "(3, 2)"), data, version), options);
   EXPECT_EQ(array.type, target);
   EXPECT_EQ(array.n_rows, 3);
   EXPECT_EQ(array.n_columns, 2);
@@ -77,13 +80,12 @@ TEST_P(NpyKinds, ReadsEveryValueInTheFilesOrder) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(All, NpyKinds,
-                         ::testing::Combine(::testing::Values(element_type::f32, element_type::f64),
-                                            ::testing::Bool(), ::testing::Bool(),
-                                            ::testing::Values(1, 2, 3),
-                                            ::testing::Values(element_type::f32,
-                                                              element_type::f64)),
-                         kind_name);
+INSTANTIATE_TEST_SUITE_P(
+    All, NpyKinds,
+    ::testing::Combine(::testing::Values(element_type::f32, element_type::f64), ::testing::Bool(),
+                       ::testing::Bool(), ::testing::Values(1, 2, 3),
+                       ::testing::Values(element_type::f32, element_type::f64)),
+    kind_name);
 
 TEST(Npy, TypeDefaultsToTheStoredOne) {
   const npy_array array =
@@ -108,10 +110,9 @@ TEST(Npy, WeightsColumnInEitherOrder) {
   for (const bool fortran : {false, true}) {
     npy_options options;
     options.weights_column = "1";
-    const npy_array array =
-        read(npy_file(dictionary("<f8", fortran, "(3, 2)"),
-                      raw_bytes(in_file_order<double>(fortran), false)),
-             options);
+    const npy_array array = read(npy_file(dictionary("<f8", fortran, "(3, 2)"),
+                                          raw_bytes(in_file_order<double>(fortran), false)),
+                                 options);
     EXPECT_EQ(array.n_columns, 1);
     EXPECT_THAT(elements<double>(array.values, 3), ElementsAre(0.5, 10.5, 20.5));
     EXPECT_THAT(elements<double>(array.weights, 3), ElementsAre(1.5, 11.5, 21.5));
@@ -141,10 +142,10 @@ TEST(NpyErrors, SayWhyTheFileCannotBeRead) {
   EXPECT_EQ(read_error(npy_file(dictionary("<c16", false, "(1,)"), two)),
             "a.npy: unsupported .npy element type '<c16' (tessel reads float32 and float64: "
             "'<f4', '>f4', '<f8', '>f8')");
-  EXPECT_EQ(read_error(npy_file("{'descr': [('x', '<f8')], 'fortran_order': False, 'shape': (2,)}",
-                                two)),
-            "a.npy: malformed .npy header: a structured dtype (a list of fields); tessel reads "
-            "plain float32 or float64 arrays");
+  EXPECT_EQ(
+      read_error(npy_file("{'descr': [('x', '<f8')], 'fortran_order': False, 'shape': (2,)}", two)),
+      "a.npy: malformed .npy header: a structured dtype (a list of fields); tessel reads "
+      "plain float32 or float64 arrays");
   EXPECT_EQ(read_error(npy_file(dictionary("<f8", false, "(1, 1, 2)"), two)),
             "a.npy: unsupported .npy shape (1, 1, 2): tessel reads 1-D and 2-D arrays");
   EXPECT_EQ(read_error(npy_file(dictionary("<f8", false, "()"), two)),
@@ -170,11 +171,12 @@ TEST(NpyErrors, SayWhyTheFileCannotBeRead) {
 TEST(NpyErrors, DoubleTooLargeForFloat) {
   npy_options options;
   options.type = element_type::f32;
-  EXPECT_EQ(data_error_text([&] {
-              read(npy_file(dictionary("<f8", false, "(1, 2)"), raw_bytes<double>({1, 1e300}, false)),
-                   options);
-            }),
-            "a.npy: value 1e+300 at [0, 1] is out of range for float");
+  EXPECT_EQ(
+      data_error_text([&] {
+        read(npy_file(dictionary("<f8", false, "(1, 2)"), raw_bytes<double>({1, 1e300}, false)),
+             options);
+      }),
+      "a.npy: value 1e+300 at [0, 1] is out of range for float");
 }
 
 // Files written by numpy itself (a ctest fixture runs make_npy.py), so that the reader is
@@ -194,7 +196,8 @@ TEST(NpyFromNumpy, EveryKindNumpyWrites) {
     int fortran = 0;
     fields >> name >> rows >> columns >> fortran;
     std::vector<double> expected;
-    for (double value; fields >> value;) expected.push_back(value);
+    for (double value; fields >> value;)
+      expected.push_back(value);
     SCOPED_TRACE(name);
     const mapped_file file(std::string(folder) + "/" + name);
     npy_options options;

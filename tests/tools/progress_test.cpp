@@ -11,7 +11,8 @@ namespace {
 std::string contents(std::FILE* file) {
   std::rewind(file);
   std::string text;
-  for (int c = std::fgetc(file); c != EOF; c = std::fgetc(file)) text += static_cast<char>(c);
+  for (int c = std::fgetc(file); c != EOF; c = std::fgetc(file))
+    text += static_cast<char>(c);
   return text;
 }
 
@@ -20,7 +21,8 @@ TEST(Progress, OneLineRewrittenInPercentStepsThenCleared) {
   ASSERT_NE(out, nullptr);
   {
     progress shown("big.csv", 1000, out);
-    for (std::uint64_t done = 0; done <= 1000; done += 5) shown.update(done);
+    for (std::uint64_t done = 0; done <= 1000; done += 5)
+      shown.update(done);
   }
   const std::string text = contents(out);
   std::fclose(out);
@@ -30,7 +32,8 @@ TEST(Progress, OneLineRewrittenInPercentStepsThenCleared) {
   EXPECT_EQ(text.substr(text.size() - 4), "\r\x1b[K");
   // Once per percent, not once per update.
   std::size_t reports = 0;
-  for (std::size_t at = text.find("reading"); at != std::string::npos; at = text.find("reading", at + 1)) {
+  for (std::size_t at = text.find("reading"); at != std::string::npos;
+       at = text.find("reading", at + 1)) {
     ++reports;
   }
   EXPECT_LE(reports, 101u);

@@ -41,8 +41,8 @@ TEST_P(ReadMatrixLayout, ElementsStandWhereTheLayoutSays) {
     path = dir.write("m.csv", "0,1\n10,11\n20,21\n");
   } else {
     const bool fortran = kind == "npy_f";
-    const std::vector<double> values =
-        fortran ? std::vector<double>{0, 10, 20, 1, 11, 21} : std::vector<double>{0, 1, 10, 11, 20, 21};
+    const std::vector<double> values = fortran ? std::vector<double>{0, 10, 20, 1, 11, 21}
+                                               : std::vector<double>{0, 1, 10, 11, 20, 21};
     path = dir.write("m.npy", npy_file(std::string("{'descr': '<f8', 'fortran_order': ") +
                                            (fortran ? "True" : "False") + ", 'shape': (3, 2), }",
                                        raw_bytes(values, false)));
@@ -82,9 +82,9 @@ TEST(ReadMatrix, NamesFromTheHeaderOnlyWhenRowsAreObservations) {
 
 TEST(ReadMatrix, OneDimensionalArrayIsOneDimensionEitherWay) {
   const scratch_dir dir;
-  const std::string path = dir.write(
-      "v.npy", npy_file("{'descr': '<f4', 'fortran_order': False, 'shape': (3,), }",
-                        raw_bytes<float>({1, 2, 3}, false)));
+  const std::string path =
+      dir.write("v.npy", npy_file("{'descr': '<f4', 'fortran_order': False, 'shape': (3,), }",
+                                  raw_bytes<float>({1, 2, 3}, false)));
   for (const rows_are orientation : {rows_are::observations, rows_are::dimensions}) {
     read_options options;
     options.orientation = orientation;
@@ -97,9 +97,9 @@ TEST(ReadMatrix, OneDimensionalArrayIsOneDimensionEitherWay) {
 
 TEST(ReadMatrix, KindComesFromTheMagicOrTheExtension) {
   const scratch_dir dir;
-  const std::string npy_named_txt = dir.write(
-      "data.txt", npy_file("{'descr': '<f8', 'fortran_order': False, 'shape': (1,), }",
-                           raw_bytes<double>({4}, false)));
+  const std::string npy_named_txt =
+      dir.write("data.txt", npy_file("{'descr': '<f8', 'fortran_order': False, 'shape': (1,), }",
+                                     raw_bytes<double>({4}, false)));
   EXPECT_EQ(read_matrix(npy_named_txt, {}, heap()).n_observations, 1);
   const std::string csv_named_npy = dir.write("data.npy", "1,2\n");
   EXPECT_EQ(data_error_text([&] { read_matrix(csv_named_npy, {}, heap()); }),
@@ -130,8 +130,8 @@ TEST(ReadMatrix, WeightsColumnNeedsRowsAsObservations) {
 
 TEST(ReadValues, OneRowOrOneColumn) {
   const scratch_dir dir;
-  const value_list column = read_values(dir.write("c.csv", "w\n1\n2\n3\n"), element_type::f64,
-                                        "--weights", heap());
+  const value_list column =
+      read_values(dir.write("c.csv", "w\n1\n2\n3\n"), element_type::f64, "--weights", heap());
   EXPECT_EQ(column.count, 3);
   EXPECT_THAT(elements<double>(column.values, 3), ElementsAre(1, 2, 3));
   const value_list row =

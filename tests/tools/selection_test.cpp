@@ -30,10 +30,12 @@ TEST(Selection, WrongItemsAreUsageErrors) {
   EXPECT_EQ(error("8"), "--dims: \"8\" is past the last dimension, 7 (counted from 0)");
   EXPECT_EQ(error("6-9"), "--dims: \"6-9\" is past the last dimension, 7 (counted from 0)");
   EXPECT_EQ(error("5-2"), "--dims: the range \"5-2\" runs backwards");
-  EXPECT_EQ(error("zz"), "--dims: \"zz\" is neither a dimension's name nor an index or a range "
-                         "like 2-5");
-  EXPECT_EQ(error("-1"), "--dims: \"-1\" is neither a dimension's name nor an index or a range "
-                         "like 2-5");
+  EXPECT_EQ(error("zz"),
+            "--dims: \"zz\" is neither a dimension's name nor an index or a range "
+            "like 2-5");
+  EXPECT_EQ(error("-1"),
+            "--dims: \"-1\" is neither a dimension's name nor an index or a range "
+            "like 2-5");
 }
 
 }  // namespace

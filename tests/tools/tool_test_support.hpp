@@ -24,7 +24,8 @@ class scratch_dir {
     const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
     std::string name = std::string(info->test_suite_name()) + "." + info->name();
     for (char& c : name) {
-      if (c == '/') c = '_';
+      if (c == '/')
+        c = '_';
     }
     path_ = std::filesystem::path(::testing::TempDir()) / ("tessel_tool_" + name);
     std::filesystem::remove_all(path_);
@@ -44,11 +45,11 @@ class scratch_dir {
 };
 
 // The bytes of a .npy file: header dictionary as given, padded like numpy pads it.
-inline std::string npy_file(const std::string& dictionary, const std::string& data,
-                            int major = 1) {
+inline std::string npy_file(const std::string& dictionary, const std::string& data, int major = 1) {
   const std::size_t prefix = major == 1 ? 10 : 12;
   std::string header = dictionary;
-  while ((prefix + header.size() + 1) % 64 != 0) header += ' ';
+  while ((prefix + header.size() + 1) % 64 != 0)
+    header += ' ';
   header += '\n';
   std::string bytes = std::string("\x93NUMPY", 6) + static_cast<char>(major) + '\0';
   const std::uint32_t length = static_cast<std::uint32_t>(header.size());
@@ -65,7 +66,8 @@ std::string raw_bytes(const std::vector<T>& values, bool big_endian) {
   for (const T value : values) {
     char buffer[sizeof(T)];
     std::memcpy(buffer, &value, sizeof(T));
-    if (big_endian) std::reverse(buffer, buffer + sizeof(T));
+    if (big_endian)
+      std::reverse(buffer, buffer + sizeof(T));
     bytes.append(buffer, sizeof(T));
   }
   return bytes;
@@ -94,6 +96,8 @@ inline std::string usage_error_text(const std::function<void()>& action) {
   return error_text<usage_error>(action);
 }
 
-inline std::pmr::memory_resource& heap() { return *std::pmr::new_delete_resource(); }
+inline std::pmr::memory_resource& heap() {
+  return *std::pmr::new_delete_resource();
+}
 
 }  // namespace tessel::test

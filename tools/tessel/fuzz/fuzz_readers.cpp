@@ -18,7 +18,8 @@ volatile double sink;
 template <class T>
 void touch(const tessel::block& values, std::int64_t count) {
   double sum = 0;
-  for (const T value : values.view<T>(static_cast<std::size_t>(count))) sum += static_cast<double>(value);
+  for (const T value : values.view<T>(static_cast<std::size_t>(count)))
+    sum += static_cast<double>(value);
   sink = sum;
 }
 
@@ -58,16 +59,19 @@ void fuzz_csv(std::string_view text) {
       options.type = v.type;
       options.delimiter = v.delimiter;
       options.header = v.header;
-      if (v.weights_column) options.weights_column = v.weights_column;
+      if (v.weights_column)
+        options.weights_column = v.weights_column;
       tessel::progress silent;
       const tessel::csv_table table =
           tessel::parse_csv(text, "fuzz.csv", options, *std::pmr::new_delete_resource(), silent);
-      if (table.n_rows <= 0 || table.n_columns <= 0) __builtin_trap();
+      if (table.n_rows <= 0 || table.n_columns <= 0)
+        __builtin_trap();
       if (!table.names.empty() && table.names.size() != static_cast<std::size_t>(table.n_columns)) {
         __builtin_trap();
       }
       touch(table.type, table.cells, table.n_rows * table.n_columns);
-      if (v.weights_column) touch(table.type, table.weights, table.n_rows);
+      if (v.weights_column)
+        touch(table.type, table.weights, table.n_rows);
     });
   }
 }
@@ -83,9 +87,11 @@ void fuzz_npy(std::string_view bytes) {
       tessel::progress silent;
       const tessel::npy_array array =
           tessel::read_npy(bytes, "fuzz.npy", options, *std::pmr::new_delete_resource(), silent);
-      if (array.n_rows <= 0 || array.n_columns <= 0) __builtin_trap();
+      if (array.n_rows <= 0 || array.n_columns <= 0)
+        __builtin_trap();
       touch(array.type, array.values, array.n_rows * array.n_columns);
-      if (convert) touch(array.type, array.weights, array.n_rows);
+      if (convert)
+        touch(array.type, array.weights, array.n_rows);
     });
   }
 }

@@ -53,7 +53,8 @@ class block {
   static constexpr std::size_t alignment = 64;
 
   void release() noexcept {
-    if (data_) resource_->deallocate(data_, bytes_, alignment);
+    if (data_)
+      resource_->deallocate(data_, bytes_, alignment);
     data_ = nullptr;
   }
 

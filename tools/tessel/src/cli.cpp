@@ -13,7 +13,8 @@ namespace {
 CLI::Option* add_word(CLI::App& app, const std::string& name, std::string& target,
                       const std::vector<std::string>& words, const std::string& help) {
   std::string listed;
-  for (const std::string& word : words) listed += (listed.empty() ? "" : "|") + word;
+  for (const std::string& word : words)
+    listed += (listed.empty() ? "" : "|") + word;
   return app.add_option(name, target, help)
       ->check(CLI::IsMember(words).description(""))
       ->type_name(listed);
@@ -27,12 +28,14 @@ struct describe_fields {
 
 void add_describe(CLI::App& app, describe_fields& fields) {
   CLI::App& describe = *app.add_subcommand(
-      "describe", "Describe every dimension of a CSV or .npy file (the sample dataset without FILE)");
+      "describe",
+      "Describe every dimension of a CSV or .npy file (the sample dataset without FILE)");
   describe_options& options = fields.options;
   describe.add_option("FILE", fields.file, "CSV or NumPy .npy file")->type_name("FILE");
-  describe.add_option("--device", options.device,
-                      "auto, cpu, gpu, or a device's name as `tessel devices` lists it "
-                      "(default: auto)")
+  describe
+      .add_option("--device", options.device,
+                  "auto, cpu, gpu, or a device's name as `tessel devices` lists it "
+                  "(default: auto)")
       ->type_name("DEVICE");
   add_word(describe, "--type", fields.type, {"float", "double"},
            "Element type (default: double, or what a .npy file stores)");
@@ -66,7 +69,8 @@ void add_describe(CLI::App& app, describe_fields& fields) {
 
 std::optional<std::string> given(const CLI::App& app, const std::string& name,
                                  const std::string& value) {
-  if (app.count(name) == 0) return std::nullopt;
+  if (app.count(name) == 0)
+    return std::nullopt;
   return value;
 }
 
@@ -114,7 +118,8 @@ cli_outcome parse_command_line(int argc, const char* const* argv, std::ostream& 
     const int code = app.exit(e, out, err);
     return {std::nullopt, code == 0 ? 0 : exit_usage_error};
   }
-  if (app.got_subcommand("devices")) return {devices_options{}, 0};
+  if (app.got_subcommand("devices"))
+    return {devices_options{}, 0};
   return {finish(*app.get_subcommand("describe"), fields), 0};
 }
 

@@ -18,7 +18,8 @@ class usm_array {
  public:
   usm_array(sycl::queue& queue, std::int64_t count)
       : queue_(queue), data_(sycl::malloc_shared<T>(static_cast<std::size_t>(count), queue)) {
-    if (data_ == nullptr) throw std::bad_alloc();
+    if (data_ == nullptr)
+      throw std::bad_alloc();
   }
   usm_array(const usm_array&) = delete;
   usm_array& operator=(const usm_array&) = delete;
@@ -49,7 +50,9 @@ template <class T, stats::layout L>
 class describer {
  public:
   describer(describe_input& input, sycl::queue& queue)
-      : input_(input), queue_(queue), n_dims_(input.data.n_dims),
+      : input_(input),
+        queue_(queue),
+        n_dims_(input.data.n_dims),
         data_(n_dims_, input.data.n_observations, input.data.values.as<T>(),
               input.weights.empty() ? nullptr : input.weights.as<T>(),
               input.selection.empty() ? nullptr : input.selection.as<std::int64_t>()),
@@ -86,8 +89,8 @@ class describer {
         stats::raw_moment<fast, T, L>(queue_, data_, raw_mean.get(), raw2.get(), raw3.get(),
                                       raw4.get());
         if (user_mean_) {
-          stats::central_sum<fast, T, L>(queue_, user_mean_, data_, central2.get(),
-                                         central3.get(), central4.get());
+          stats::central_sum<fast, T, L>(queue_, user_mean_, data_, central2.get(), central3.get(),
+                                         central4.get());
         } else {
           stats::central_sum<fast, T, L>(queue_, data_, central2.get(), central3.get(),
                                          central4.get());
@@ -100,7 +103,8 @@ class describer {
       const auto d = static_cast<std::size_t>(summary.index);
       summary[statistic::count] = static_cast<double>(input_.data.n_observations);
       summary[statistic::mean] = mean[d];
-      if (user_mean_) summary[statistic::user_mean] = static_cast<double>(user_mean_[d]);
+      if (user_mean_)
+        summary[statistic::user_mean] = static_cast<double>(user_mean_[d]);
       summary[statistic::variance] = variance[d];
       summary[statistic::std_dev] = static_cast<double>(std::sqrt(variance.get()[d]));
       summary[statistic::variation] = variation[d];
@@ -108,7 +112,8 @@ class describer {
       summary[statistic::kurtosis] = kurtosis[d];
       summary[statistic::min] = min[d];
       summary[statistic::max] = max[d];
-      if (!all) continue;
+      if (!all)
+        continue;
       summary[statistic::raw_sum] = sum[d];
       summary[statistic::raw_sum2] = sum2[d];
       summary[statistic::raw_sum3] = sum3[d];

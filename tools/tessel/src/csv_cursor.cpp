@@ -49,17 +49,19 @@ void csv_cursor::read_quoted(csv_cell& cell) {
   }
   skip_blanks();
   if (pos_ < text_.size() && text_[pos_] != delimiter_ && text_[pos_] != '\n') {
-    throw data_error_at(file_name_, line_, column(),
-                        "unexpected " + quoted_excerpt(text_.substr(pos_, 1)) +
-                            " after a closing quote");
+    throw data_error_at(
+        file_name_, line_, column(),
+        "unexpected " + quoted_excerpt(text_.substr(pos_, 1)) + " after a closing quote");
   }
 }
 
 void csv_cursor::read_plain(csv_cell& cell) {
   const std::size_t start = pos_;
-  while (pos_ < text_.size() && text_[pos_] != delimiter_ && text_[pos_] != '\n') ++pos_;
+  while (pos_ < text_.size() && text_[pos_] != delimiter_ && text_[pos_] != '\n')
+    ++pos_;
   std::size_t end = pos_;
-  while (end > start && is_blank(text_[end - 1])) --end;
+  while (end > start && is_blank(text_[end - 1]))
+    --end;
   cell.text = text_.substr(start, end - start);
 }
 
@@ -82,12 +84,14 @@ void csv_cursor::skip_row() {
 }
 
 std::string unescape(const csv_cell& cell) {
-  if (!cell.escaped) return std::string(cell.text);
+  if (!cell.escaped)
+    return std::string(cell.text);
   std::string out;
   out.reserve(cell.text.size());
   for (std::size_t k = 0; k < cell.text.size(); ++k) {
     out += cell.text[k];
-    if (cell.text[k] == '"') ++k;  // the second quote of a "" pair
+    if (cell.text[k] == '"')
+      ++k;  // the second quote of a "" pair
   }
   return out;
 }
@@ -97,14 +101,19 @@ char detect_delimiter(std::string_view text) {
   std::array<std::size_t, 3> counts{};
   bool in_quotes = false;
   for (const char c : text) {
-    if (c == '"') in_quotes = !in_quotes;
-    if (in_quotes) continue;
-    if (c == '\n') break;
-    for (std::size_t k = 0; k < candidates.size(); ++k) counts[k] += c == candidates[k];
+    if (c == '"')
+      in_quotes = !in_quotes;
+    if (in_quotes)
+      continue;
+    if (c == '\n')
+      break;
+    for (std::size_t k = 0; k < candidates.size(); ++k)
+      counts[k] += c == candidates[k];
   }
   std::size_t best = 0;
   for (std::size_t k = 1; k < candidates.size(); ++k) {
-    if (counts[k] > counts[best]) best = k;
+    if (counts[k] > counts[best])
+      best = k;
   }
   return candidates[best];
 }

@@ -10,7 +10,7 @@ namespace tessel {
 struct csv_cell {
   std::string_view text;  // without quotes and surrounding blanks; "" escapes left as they are
   bool quoted = false;
-  bool escaped = false;   // a quoted cell that holds "" escapes
+  bool escaped = false;  // a quoted cell that holds "" escapes
   bool last_in_row = false;
   std::int64_t line = 0;
   std::int64_t column = 0;
@@ -33,7 +33,8 @@ class csv_cursor {
  private:
   bool is_blank(char c) const { return c == ' ' || c == '\r' || (c == '\t' && delimiter_ != '\t'); }
   void skip_blanks() {
-    while (pos_ < text_.size() && is_blank(text_[pos_])) ++pos_;
+    while (pos_ < text_.size() && is_blank(text_[pos_]))
+      ++pos_;
   }
   void read_quoted(csv_cell& cell);
   void read_plain(csv_cell& cell);

@@ -24,9 +24,11 @@ std::vector<csv_cell> first_row(csv_cursor& cursor) {
   std::vector<csv_cell> cells;
   while (!cursor.at_end()) {
     csv_cell cell = cursor.next();
-    if (cells.empty() && is_blank_row(cell)) continue;
+    if (cells.empty() && is_blank_row(cell))
+      continue;
     cells.push_back(cell);
-    if (cell.last_in_row) break;
+    if (cell.last_in_row)
+      break;
   }
   return cells;
 }
@@ -56,24 +58,30 @@ class table_builder {
  public:
   table_builder(std::string_view text, std::string_view file_name, const csv_options& options,
                 std::pmr::memory_resource& memory, progress& progress)
-      : text_(text), file_name_(file_name), options_(options), memory_(memory),
+      : text_(text),
+        file_name_(file_name),
+        options_(options),
+        memory_(memory),
         progress_(progress) {}
 
   csv_table build() {
-    if (text_.starts_with(byte_order_mark)) text_.remove_prefix(byte_order_mark.size());
+    if (text_.starts_with(byte_order_mark))
+      text_.remove_prefix(byte_order_mark.size());
     table_.type = options_.type;
     table_.delimiter = options_.delimiter ? options_.delimiter : detect_delimiter(text_);
 
     csv_cursor cursor(text_, file_name_, table_.delimiter);
     const std::vector<csv_cell> first = first_row(cursor);
-    if (first.empty()) throw data_error_at(file_name_, 1, 1, "empty file");
+    if (first.empty())
+      throw data_error_at(file_name_, 1, 1, "empty file");
     n_file_columns_ = first.size();
     first_line_ = first.front().line;
     const bool header = options_.header == header_mode::present ||
                         (options_.header == header_mode::detect && looks_like_header<T>(first));
     std::vector<std::string> names;
     if (header) {
-      for (const csv_cell& cell : first) names.push_back(unescape(cell));
+      for (const csv_cell& cell : first)
+        names.push_back(unescape(cell));
     } else {
       cursor = csv_cursor(text_, file_name_, table_.delimiter);
     }
@@ -84,7 +92,8 @@ class table_builder {
         throw usage_error(fmt::format(
             "--weights-column: {} has only that column, no dimension would be left", file_name_));
       }
-      if (header) names.erase(names.begin() + static_cast<std::ptrdiff_t>(*weights_column_));
+      if (header)
+        names.erase(names.begin() + static_cast<std::ptrdiff_t>(*weights_column_));
     }
     table_.names = std::move(names);
     table_.n_columns = static_cast<std::int64_t>(n_file_columns_ - (weights_column_ ? 1 : 0));
@@ -101,9 +110,11 @@ class table_builder {
  private:
   void allocate(std::size_t max_rows) {
     const auto columns = static_cast<std::size_t>(table_.n_columns);
-    if (max_rows > SIZE_MAX / sizeof(T) / columns) throw std::bad_alloc();
+    if (max_rows > SIZE_MAX / sizeof(T) / columns)
+      throw std::bad_alloc();
     table_.cells = block(memory_, max_rows * columns * sizeof(T));
-    if (weights_column_) table_.weights = block(memory_, max_rows * sizeof(T));
+    if (weights_column_)
+      table_.weights = block(memory_, max_rows * sizeof(T));
     cells_ = table_.cells.template as<T>();
     weights_ = table_.weights.template as<T>();
     max_rows_ = max_rows;
@@ -112,12 +123,15 @@ class table_builder {
   void read_rows(csv_cursor& cursor) {
     while (!cursor.at_end()) {
       csv_cell cell = cursor.next();
-      if (is_blank_row(cell)) continue;
+      if (is_blank_row(cell))
+        continue;
       for (std::size_t column = 0;; ++column) {
-        if (column == n_file_columns_) report_long_row(cursor, cell);
+        if (column == n_file_columns_)
+          report_long_row(cursor, cell);
         store(cell, column);
         if (cell.last_in_row) {
-          if (column + 1 < n_file_columns_) report_short_row(cell, column + 1);
+          if (column + 1 < n_file_columns_)
+            report_short_row(cell, column + 1);
           break;
         }
         cell = cursor.next();
@@ -134,7 +148,8 @@ class table_builder {
   // error is reported when it is found.
   void store(const csv_cell& cell, std::size_t column) {
     const T value = to_number(cell);
-    if (static_cast<std::size_t>(table_.n_rows) == max_rows_) return;
+    if (static_cast<std::size_t>(table_.n_rows) == max_rows_)
+      return;
     if (weights_column_ && column == *weights_column_) {
       weights_[table_.n_rows] = value;
       return;
@@ -145,9 +160,9 @@ class table_builder {
   }
 
   T to_number(const csv_cell& cell) const {
-    if (cell.text.empty()) throw data_error_at(file_name_, cell.line, cell.column, "empty cell");
-    const parsed_number<T> number =
-        cell.escaped ? parsed_number<T>{} : parse_number<T>(cell.text);
+    if (cell.text.empty())
+      throw data_error_at(file_name_, cell.line, cell.column, "empty cell");
+    const parsed_number<T> number = cell.escaped ? parsed_number<T>{} : parse_number<T>(cell.text);
     switch (number.status) {
       case number_status::ok:
         return number.value;
@@ -164,7 +179,8 @@ class table_builder {
 
   [[noreturn]] void report_long_row(csv_cursor& cursor, const csv_cell& extra) const {
     std::size_t cells = n_file_columns_ + 1;
-    for (csv_cell cell = extra; !cell.last_in_row; cell = cursor.next()) ++cells;
+    for (csv_cell cell = extra; !cell.last_in_row; cell = cursor.next())
+      ++cells;
     throw ragged(extra.line, extra.column, cells);
   }
 

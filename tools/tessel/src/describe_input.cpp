@@ -12,7 +12,8 @@
 namespace tessel {
 namespace {
 
-block copy_selection(const std::vector<std::int64_t>& selection, std::pmr::memory_resource& memory) {
+block copy_selection(const std::vector<std::int64_t>& selection,
+                     std::pmr::memory_resource& memory) {
   block copy(memory, selection.size() * sizeof(std::int64_t));
   std::copy(selection.begin(), selection.end(), copy.as<std::int64_t>());
   return copy;
@@ -29,23 +30,26 @@ block read_weights(const std::string& path, const matrix& data, std::pmr::memory
 
 // One mean per dimension, or one per selected dimension spread over the selected ones.
 block read_user_mean(const std::string& path, const matrix& data,
-                     const std::vector<std::int64_t>& selection, std::pmr::memory_resource& memory) {
+                     const std::vector<std::int64_t>& selection,
+                     std::pmr::memory_resource& memory) {
   value_list means = read_values(path, data.type, "--mean", memory);
   const auto selected = std::count(selection.begin(), selection.end(), 1);
-  if (means.count == data.n_dims) return std::move(means.values);
+  if (means.count == data.n_dims)
+    return std::move(means.values);
   if (means.count != selected) {
-    throw data_error(fmt::format("{}: --mean has {} values, expected {} (one per dimension){}",
-                                 path, means.count, data.n_dims,
-                                 selected == data.n_dims
-                                     ? ""
-                                     : fmt::format(" or {} (one per selected dimension)", selected)));
+    throw data_error(fmt::format(
+        "{}: --mean has {} values, expected {} (one per dimension){}", path, means.count,
+        data.n_dims,
+        selected == data.n_dims ? ""
+                                : fmt::format(" or {} (one per selected dimension)", selected)));
   }
   const std::size_t element = size_of(data.type);
   block spread(memory, static_cast<std::size_t>(data.n_dims) * element);
   std::memset(spread.as<char>(), 0, spread.bytes());
   std::size_t next = 0;
   for (std::size_t d = 0; d < selection.size(); ++d) {
-    if (selection[d] == 0) continue;
+    if (selection[d] == 0)
+      continue;
     std::memcpy(spread.as<char>() + d * element, means.values.as<char>() + next * element, element);
     ++next;
   }
@@ -92,7 +96,8 @@ describe_input prepare_describe(const describe_options& options, const std::stri
   result.n_dims = data.n_dims;
   result.all = options.all;
   for (std::size_t d = 0; d < selection.size(); ++d) {
-    if (selection[d] == 0) continue;
+    if (selection[d] == 0)
+      continue;
     dimension_summary summary;
     summary.index = static_cast<std::int64_t>(d);
     summary.name = data.names[d];

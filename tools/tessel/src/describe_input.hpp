@@ -14,9 +14,9 @@ namespace tessel {
 
 struct describe_input {
   matrix data;
-  block selection;  // n_dims std::int64_t, 1 selects; empty when every dimension is selected
-  block weights;    // n_observations elements of data.type, or empty
-  block user_mean;  // n_dims elements of data.type, or empty
+  block selection;         // n_dims std::int64_t, 1 selects; empty when every dimension is selected
+  block weights;           // n_observations elements of data.type, or empty
+  block user_mean;         // n_dims elements of data.type, or empty
   describe_result result;  // source, shape and selected dimensions; no values yet
 };
 

@@ -13,9 +13,28 @@
 namespace tessel {
 
 enum class statistic {
-  count, mean, user_mean, variance, std_dev, variation, skewness, kurtosis, min, max,
-  raw_sum, raw_sum2, raw_sum3, raw_sum4, raw_moment2, raw_moment3, raw_moment4,
-  central_sum2, central_sum3, central_sum4, central_moment3, central_moment4,
+  count,
+  mean,
+  user_mean,
+  variance,
+  std_dev,
+  variation,
+  skewness,
+  kurtosis,
+  min,
+  max,
+  raw_sum,
+  raw_sum2,
+  raw_sum3,
+  raw_sum4,
+  raw_moment2,
+  raw_moment3,
+  raw_moment4,
+  central_sum2,
+  central_sum3,
+  central_sum4,
+  central_moment3,
+  central_moment4,
 };
 
 struct statistic_info {
@@ -70,8 +89,8 @@ struct describe_result {
   matrix_layout layout = matrix_layout::col_major;
   std::int64_t n_observations = 0;
   std::int64_t n_dims = 0;
-  std::string weights;      // where the weights came from; empty without weights
-  std::string user_mean;    // where the caller's means came from; empty when none were given
+  std::string weights;    // where the weights came from; empty without weights
+  std::string user_mean;  // where the caller's means came from; empty when none were given
   bool all = false;
   std::vector<dimension_summary> dimensions;  // the selected ones, in the file's order
 

@@ -23,32 +23,38 @@ std::string name_of(const sycl::device& device) {
 
 bool same_name(std::string_view a, std::string_view b) {
   return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
-    return std::tolower(static_cast<unsigned char>(x)) == std::tolower(static_cast<unsigned char>(y));
+    return std::tolower(static_cast<unsigned char>(x)) ==
+           std::tolower(static_cast<unsigned char>(y));
   });
 }
 
 template <class Predicate>
 std::optional<sycl::device> first(const std::vector<sycl::device>& devices, Predicate predicate) {
   const auto found = std::find_if(devices.begin(), devices.end(), predicate);
-  if (found == devices.end()) return std::nullopt;
+  if (found == devices.end())
+    return std::nullopt;
   return *found;
 }
 
 std::string names(const std::vector<sycl::device>& devices) {
   std::vector<std::string> quoted;
-  for (const sycl::device& device : devices) quoted.push_back('"' + name_of(device) + '"');
+  for (const sycl::device& device : devices)
+    quoted.push_back('"' + name_of(device) + '"');
   return quoted.empty() ? "none" : fmt::format("{}", fmt::join(quoted, ", "));
 }
 
 std::string kind_of(const sycl::device& device) {
-  if (device.is_cpu()) return "cpu";
-  if (!device.is_gpu()) return "other";
+  if (device.is_cpu())
+    return "cpu";
+  if (!device.is_gpu())
+    return "other";
   return is_real_gpu(device) ? "gpu" : "gpu (emulated, chosen only by name)";
 }
 
 std::string bytes_text(std::uint64_t bytes) {
   constexpr std::uint64_t mib = std::uint64_t{1} << 20;
-  if (bytes >= mib) return fmt::format("{} MiB", bytes / mib);
+  if (bytes >= mib)
+    return fmt::format("{} MiB", bytes / mib);
   return fmt::format("{} KiB", bytes / 1024);
 }
 
@@ -59,7 +65,8 @@ sycl::device select_device(const std::string& wanted) {
   std::optional<sycl::device> chosen;
   if (wanted == "auto") {
     chosen = first(devices, is_real_gpu);
-    if (!chosen) chosen = first(devices, [](const sycl::device& d) { return d.is_cpu(); });
+    if (!chosen)
+      chosen = first(devices, [](const sycl::device& d) { return d.is_cpu(); });
   } else if (wanted == "cpu") {
     chosen = first(devices, [](const sycl::device& d) { return d.is_cpu(); });
   } else if (wanted == "gpu") {
@@ -67,15 +74,17 @@ sycl::device select_device(const std::string& wanted) {
   } else {
     chosen = first(devices, [&](const sycl::device& d) { return same_name(name_of(d), wanted); });
     if (!chosen) {
-      throw usage_error(fmt::format("--device: no device named \"{}\"; choose auto, cpu, gpu or "
-                                    "one of: {}",
-                                    wanted, names(devices)));
+      throw usage_error(
+          fmt::format("--device: no device named \"{}\"; choose auto, cpu, gpu or "
+                      "one of: {}",
+                      wanted, names(devices)));
     }
   }
   if (!chosen) {
-    throw usage_error(fmt::format("--device {}: no such device here (the runtime sees: {}; the "
-                                  "emulated GPU is chosen by its name)",
-                                  wanted, names(devices)));
+    throw usage_error(
+        fmt::format("--device {}: no such device here (the runtime sees: {}; the "
+                    "emulated GPU is chosen by its name)",
+                    wanted, names(devices)));
   }
   return *chosen;
 }

@@ -8,7 +8,9 @@ namespace tessel {
 
 enum class element_type { f32, f64 };
 
-constexpr std::size_t size_of(element_type type) { return type == element_type::f32 ? 4 : 8; }
+constexpr std::size_t size_of(element_type type) {
+  return type == element_type::f32 ? 4 : 8;
+}
 constexpr std::string_view name_of(element_type type) {
   return type == element_type::f32 ? "float" : "double";
 }

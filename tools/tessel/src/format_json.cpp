@@ -14,11 +14,14 @@ using json = nlohmann::ordered_json;
 // The shortest text that reads back as the same float, as a double, so that the JSON carries
 // 0.1 and not 0.100000001490116 for a float 0.1.
 json json_number(const describe_result& result, const dimension_summary& dimension,
-                           statistic which) {
+                 statistic which) {
   const double value = dimension[which];
-  if (which == statistic::count) return static_cast<std::int64_t>(value);
-  if (!std::isfinite(value)) return nullptr;
-  if (result.type == element_type::f64) return value;
+  if (which == statistic::count)
+    return static_cast<std::int64_t>(value);
+  if (!std::isfinite(value))
+    return nullptr;
+  if (result.type == element_type::f64)
+    return value;
   return parse_number<double>(format_value(result, dimension, which)).value;
 }
 
@@ -40,9 +43,10 @@ std::string format_json(const describe_result& result) {
       {"user_mean_from", text_or_null(result.user_mean)},
   };
   json& dimensions = document["dimensions"] = json::array();
+  const std::vector<statistic_info> columns = result.statistics();
   for (const dimension_summary& dimension : result.dimensions) {
     json entry = {{"index", dimension.index}, {"name", dimension.name}};
-    for (const statistic_info& column : result.statistics()) {
+    for (const statistic_info& column : columns) {
       entry[std::string(column.key)] = json_number(result, dimension, column.id);
     }
     dimensions.push_back(std::move(entry));

@@ -14,7 +14,8 @@ std::string preamble(const describe_result& result) {
   std::string text = fmt::format("{}: {} observations of {} dimensions, {} in {}, on {}\n",
                                  result.source, result.n_observations, result.n_dims,
                                  name_of(result.type), name_of(result.layout), result.device);
-  if (!result.weights.empty()) text += fmt::format("weights: {}\n", result.weights);
+  if (!result.weights.empty())
+    text += fmt::format("weights: {}\n", result.weights);
   if (!result.user_mean.empty()) {
     text += fmt::format("central statistics about the user mean from {}\n", result.user_mean);
   }
@@ -25,7 +26,8 @@ std::string preamble(const describe_result& result) {
 std::string printable(std::string_view name) {
   std::string text(name);
   for (char& c : text) {
-    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) c = ' ';
+    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f)
+      c = ' ';
   }
   return text;
 }
@@ -41,7 +43,8 @@ struct column {
 std::string format_table(const describe_result& result, std::size_t width) {
   const std::vector<statistic_info> rows = result.statistics();
   std::size_t label_width = 0;
-  for (const statistic_info& row : rows) label_width = std::max(label_width, row.label.size());
+  for (const statistic_info& row : rows)
+    label_width = std::max(label_width, row.label.size());
 
   std::vector<column> columns;
   for (const dimension_summary& dimension : result.dimensions) {
@@ -55,7 +58,8 @@ std::string format_table(const describe_result& result, std::size_t width) {
   }
 
   std::string text = preamble(result);
-  if (columns.empty()) return text + "no dimension selected\n";
+  if (columns.empty())
+    return text + "no dimension selected\n";
   auto out = std::back_inserter(text);
   for (std::size_t first = 0; first < columns.size();) {
     // At least one column per block, however narrow the terminal.

@@ -25,12 +25,14 @@ using namespace tessel;
 
 // Errors of commands that run after the entry returned come back here.
 void rethrow_first(const sycl::exception_list& errors) {
-  for (const std::exception_ptr& error : errors) std::rethrow_exception(error);
+  for (const std::exception_ptr& error : errors)
+    std::rethrow_exception(error);
 }
 
 std::size_t terminal_width() {
   winsize size{};
-  if (::isatty(STDOUT_FILENO) != 1 || ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0) return 0;
+  if (::isatty(STDOUT_FILENO) != 1 || ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0)
+    return 0;
   return size.ws_col;
 }
 
@@ -56,8 +58,7 @@ int print(const std::string& text) {
 }
 
 int run(const describe_options& options) {
-  const std::string path =
-      options.file ? *options.file : find_sample_dataset(current_executable());
+  const std::string path = options.file ? *options.file : find_sample_dataset(current_executable());
   sycl::queue queue(select_device(options.device), rethrow_first);
   usm_resource memory(queue);
   describe_input input = prepare_describe(options, path, memory);
@@ -66,7 +67,9 @@ int run(const describe_options& options) {
   return print(render(input.result, options.output));
 }
 
-int run(const devices_options&) { return print(list_devices()); }
+int run(const devices_options&) {
+  return print(list_devices());
+}
 
 int fail(int status, std::string_view message) {
   fmt::print(stderr, "tessel: {}\n", message);
@@ -78,7 +81,8 @@ int fail(int status, std::string_view message) {
 int main(int argc, char** argv) {
   try {
     const cli_outcome outcome = parse_command_line(argc, argv, std::cout, std::cerr);
-    if (!outcome.run) return outcome.exit_code;
+    if (!outcome.run)
+      return outcome.exit_code;
     return std::visit([](const auto& command) { return run(command); }, *outcome.run);
   } catch (const usage_error& e) {
     return fail(exit_usage_error, e.what());

@@ -15,8 +15,8 @@ struct matrix {
   matrix_layout layout = matrix_layout::col_major;
   std::int64_t n_dims = 0;
   std::int64_t n_observations = 0;
-  block values;                    // n_dims * n_observations elements of `type`, laid out by `layout`
-  block weights;                   // n_observations elements when a weights column was taken out
+  block values;   // n_dims * n_observations elements of `type`, laid out by `layout`
+  block weights;  // n_observations elements when a weights column was taken out
   std::vector<std::string> names;  // one per dimension: the header's names, else "0", "1", ...
 };
 

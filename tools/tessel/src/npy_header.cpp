@@ -37,7 +37,8 @@ class dictionary_parser {
     while (!accept('}')) {
       std::string key = parse_string();
       expect(':');
-      if (entries.contains(key)) fail(fmt::format("key '{}' appears twice", key));
+      if (entries.contains(key))
+        fail(fmt::format("key '{}' appears twice", key));
       entries[std::move(key)] = parse_value();
       if (!accept(',')) {
         expect('}');
@@ -53,7 +54,8 @@ class dictionary_parser {
   }
 
   void skip_space() {
-    while (pos_ < text_.size() && std::isspace(static_cast<unsigned char>(text_[pos_]))) ++pos_;
+    while (pos_ < text_.size() && std::isspace(static_cast<unsigned char>(text_[pos_])))
+      ++pos_;
   }
   bool accept(char c) {
     skip_space();
@@ -85,7 +87,8 @@ class dictionary_parser {
     }
     const char quote = text_[pos_++];
     const std::size_t end = text_.find(quote, pos_);
-    if (end == std::string_view::npos) fail("unterminated string");
+    if (end == std::string_view::npos)
+      fail("unterminated string");
     std::string value(text_.substr(pos_, end - pos_));
     pos_ = end + 1;
     return value;
@@ -129,8 +132,10 @@ class dictionary_parser {
       }
       value = value * 10 + digit;
     }
-    if (pos_ == start) fail(fmt::format("expected an integer at byte {} of the header", pos_));
-    if (pos_ < text_.size() && text_[pos_] == 'L') ++pos_;  // Python 2 wrote long integers so
+    if (pos_ == start)
+      fail(fmt::format("expected an integer at byte {} of the header", pos_));
+    if (pos_ < text_.size() && text_[pos_] == 'L')
+      ++pos_;  // Python 2 wrote long integers so
     return value;
   }
 
@@ -159,9 +164,10 @@ void read_descr(npy_header& header, const std::string& descr, std::string_view f
     header.big_endian = order == '>' || (order == '=' && std::endian::native == std::endian::big);
     return;
   }
-  throw data_error(fmt::format("{}: unsupported .npy element type '{}' (tessel reads float32 and "
-                               "float64: '<f4', '>f4', '<f8', '>f8')",
-                               file_name, descr));
+  throw data_error(
+      fmt::format("{}: unsupported .npy element type '{}' (tessel reads float32 and "
+                  "float64: '<f4', '>f4', '<f8', '>f8')",
+                  file_name, descr));
 }
 
 std::string shape_text(const std::vector<std::int64_t>& shape) {
@@ -200,12 +206,14 @@ const literal& entry(const std::map<std::string, literal>& entries, const std::s
 
 }  // namespace
 
-bool has_npy_magic(std::string_view bytes) { return bytes.starts_with(magic); }
+bool has_npy_magic(std::string_view bytes) {
+  return bytes.starts_with(magic);
+}
 
 npy_header parse_npy_header(std::string_view bytes, std::string_view file_name) {
   if (!has_npy_magic(bytes)) {
-    throw data_error(fmt::format("{}: not a .npy file (it does not start with \\x93NUMPY)",
-                                 file_name));
+    throw data_error(
+        fmt::format("{}: not a .npy file (it does not start with \\x93NUMPY)", file_name));
   }
   if (bytes.size() < magic.size() + 2) {
     throw data_error(fmt::format("{}: truncated .npy header", file_name));
@@ -213,9 +221,10 @@ npy_header parse_npy_header(std::string_view bytes, std::string_view file_name) 
   const auto major = static_cast<unsigned char>(bytes[6]);
   const auto minor = static_cast<unsigned char>(bytes[7]);
   if (major < 1 || major > 3 || minor != 0) {
-    throw data_error(fmt::format("{}: unsupported .npy format version {}.{} (tessel reads 1.0, "
-                                 "2.0 and 3.0)",
-                                 file_name, major, minor));
+    throw data_error(
+        fmt::format("{}: unsupported .npy format version {}.{} (tessel reads 1.0, "
+                    "2.0 and 3.0)",
+                    file_name, major, minor));
   }
   const std::size_t length_size = major == 1 ? 2 : 4;
   const std::size_t header_start = magic.size() + 2 + length_size;

@@ -35,8 +35,12 @@ class element_copy {
  public:
   element_copy(const npy_header& header, std::string_view bytes, std::string_view file_name,
                std::optional<std::size_t> weights_column, npy_array& array, progress& progress)
-      : header_(header), data_(bytes.data() + header.data_offset), file_name_(file_name),
-        weights_column_(weights_column), array_(array), progress_(progress) {}
+      : header_(header),
+        data_(bytes.data() + header.data_offset),
+        file_name_(file_name),
+        weights_column_(weights_column),
+        array_(array),
+        progress_(progress) {}
 
   void run() {
     const auto rows = static_cast<std::size_t>(array_.n_rows);
@@ -56,7 +60,8 @@ class element_copy {
       for (std::size_t i = 0; i < inner; ++i) {
         const std::size_t r = header_.fortran_order ? i : o;
         const std::size_t c = header_.fortran_order ? o : i;
-        const T value = convert(decode<Stored>(data_ + (o * inner + i) * sizeof(Stored), swap), r, c);
+        const T value =
+            convert(decode<Stored>(data_ + (o * inner + i) * sizeof(Stored), swap), r, c);
         if (weights_column_ && c == *weights_column_) {
           weights[r] = value;
           continue;
@@ -117,17 +122,18 @@ npy_array read_npy(std::string_view bytes, std::string_view file_name, const npy
   array.fortran_order = header.fortran_order;
   array.rank = static_cast<int>(header.shape.size());
   array.n_rows = header.shape[0];
-  const std::size_t file_columns = header.shape.size() == 2 ? static_cast<std::size_t>(header.shape[1]) : 1;
+  const std::size_t file_columns =
+      header.shape.size() == 2 ? static_cast<std::size_t>(header.shape[1]) : 1;
   array.n_columns = static_cast<std::int64_t>(file_columns);
 
   std::optional<std::size_t> weights_column;
   if (options.weights_column) {
     if (header.shape.size() != 2) {
-      throw usage_error(fmt::format("--weights-column: {} holds a 1-D array, it has no columns",
-                                    file_name));
+      throw usage_error(
+          fmt::format("--weights-column: {} holds a 1-D array, it has no columns", file_name));
     }
-    weights_column = resolve_column("--weights-column", *options.weights_column, {},
-                                    file_columns, file_name);
+    weights_column =
+        resolve_column("--weights-column", *options.weights_column, {}, file_columns, file_name);
     if (file_columns == 1) {
       throw usage_error(fmt::format(
           "--weights-column: {} has only that column, no dimension would be left", file_name));
@@ -138,7 +144,8 @@ npy_array read_npy(std::string_view bytes, std::string_view file_name, const npy
   const std::size_t element_size = size_of(array.type);
   const auto rows = static_cast<std::size_t>(array.n_rows);
   array.values = block(memory, rows * static_cast<std::size_t>(array.n_columns) * element_size);
-  if (weights_column) array.weights = block(memory, rows * element_size);
+  if (weights_column)
+    array.weights = block(memory, rows * element_size);
   if (array.type == element_type::f32) {
     copy_elements<float>(header, bytes, file_name, weights_column, array, progress);
   } else {

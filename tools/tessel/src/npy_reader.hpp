@@ -26,7 +26,7 @@ struct npy_array {
   std::int64_t n_columns = 0;  // extent of axis 1 without the weights column; 1 for a 1-D array
   bool fortran_order = false;  // true: values[r + c * n_rows], else values[r * n_columns + c]
   block values;
-  block weights;               // n_rows elements when a weights column was asked for
+  block weights;  // n_rows elements when a weights column was asked for
 };
 
 // Throws data_error with the reason for a file it cannot read, and usage_error for a weights

@@ -1,10 +1,10 @@
 #include "number.hpp"
 
-#include <type_traits>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
 #include <string>
+#include <type_traits>
 
 namespace tessel {
 namespace {
@@ -20,7 +20,8 @@ parsed_number<T> classify_out_of_range(std::string_view text) {
   } else {
     value = std::strtod(copy.c_str(), &end);
   }
-  if (std::isinf(value)) return {number_status::out_of_range, 0};
+  if (std::isinf(value))
+    return {number_status::out_of_range, 0};
   return {number_status::ok, value};
 }
 
@@ -34,9 +35,12 @@ parsed_number<T> parse_number(std::string_view text) {
   T value = 0;
   const char* const last = text.data() + text.size();
   const auto [end, error] = std::from_chars(text.data(), last, value);
-  if (end != last || text.empty()) return {number_status::not_a_number, 0};
-  if (error == std::errc::result_out_of_range) return classify_out_of_range<T>(text);
-  if (error != std::errc()) return {number_status::not_a_number, 0};
+  if (end != last || text.empty())
+    return {number_status::not_a_number, 0};
+  if (error == std::errc::result_out_of_range)
+    return classify_out_of_range<T>(text);
+  if (error != std::errc())
+    return {number_status::not_a_number, 0};
   return {number_status::ok, value};
 }
 

@@ -26,7 +26,8 @@ class progress {
   }
 
   void update(std::uint64_t done_bytes) {
-    if (out_ && done_bytes >= next_report_) report(done_bytes);
+    if (out_ && done_bytes >= next_report_)
+      report(done_bytes);
   }
   // Clears the line; idempotent.
   void finish();

@@ -18,7 +18,8 @@ bool is_npy(const mapped_file& file) {
 std::vector<std::string> index_names(std::int64_t count) {
   std::vector<std::string> names;
   names.reserve(static_cast<std::size_t>(count));
-  for (std::int64_t d = 0; d < count; ++d) names.push_back(std::to_string(d));
+  for (std::int64_t d = 0; d < count; ++d)
+    names.push_back(std::to_string(d));
   return names;
 }
 
@@ -31,8 +32,8 @@ matrix shape_matrix(element_type type, std::int64_t rows, std::int64_t columns,
   const bool by_observation = orientation == rows_are::observations;
   result.n_observations = by_observation ? rows : columns;
   result.n_dims = by_observation ? columns : rows;
-  result.layout = by_observation == columns_contiguous ? matrix_layout::col_major
-                                                       : matrix_layout::row_major;
+  result.layout =
+      by_observation == columns_contiguous ? matrix_layout::col_major : matrix_layout::row_major;
   return result;
 }
 
@@ -45,7 +46,8 @@ matrix from_csv(const mapped_file& file, const read_options& options,
   csv.weights_column = options.weights_column;
   progress shown = progress::for_file(file.path(), file.size());
   csv_table table = parse_csv(file.text(), file.path(), csv, memory, shown);
-  matrix result = shape_matrix(table.type, table.n_rows, table.n_columns, true, options.orientation);
+  matrix result =
+      shape_matrix(table.type, table.n_rows, table.n_columns, true, options.orientation);
   result.values = std::move(table.cells);
   result.weights = std::move(table.weights);
   const bool named = options.orientation == rows_are::observations && !table.names.empty();
@@ -77,8 +79,9 @@ matrix from_npy(const mapped_file& file, const read_options& options,
 matrix read_matrix(const std::string& path, const read_options& options,
                    std::pmr::memory_resource& memory) {
   if (options.weights_column && options.orientation == rows_are::dimensions) {
-    throw usage_error("--weights-column needs rows read as observations; with "
-                      "--rows-are dimensions give the weights with --weights FILE");
+    throw usage_error(
+        "--weights-column needs rows read as observations; with "
+        "--rows-are dimensions give the weights with --weights FILE");
   }
   const mapped_file file(path);
   return is_npy(file) ? from_npy(file, options, memory) : from_csv(file, options, memory);
@@ -90,9 +93,10 @@ value_list read_values(const std::string& path, element_type type, std::string_v
   options.type = type;
   matrix list = read_matrix(path, options, memory);
   if (list.n_dims > 1 && list.n_observations > 1) {
-    throw data_error(fmt::format("{}: {} needs one row or one column of values, the file has {} "
-                                 "rows of {}",
-                                 path, option, list.n_observations, list.n_dims));
+    throw data_error(
+        fmt::format("{}: {} needs one row or one column of values, the file has {} "
+                    "rows of {}",
+                    path, option, list.n_observations, list.n_dims));
   }
   return {list.n_dims * list.n_observations, std::move(list.values)};
 }

@@ -9,7 +9,8 @@ namespace tessel {
 std::string find_sample_dataset(const std::filesystem::path& executable) {
   const std::filesystem::path installed =
       executable.parent_path() / TESSEL_SAMPLE_FROM_BINDIR / "sample.csv";
-  const std::filesystem::path source = std::filesystem::path(TESSEL_SAMPLE_SOURCE_DIR) / "sample.csv";
+  const std::filesystem::path source =
+      std::filesystem::path(TESSEL_SAMPLE_SOURCE_DIR) / "sample.csv";
   std::error_code ignored;
   for (const auto& candidate : {installed, source}) {
     if (std::filesystem::is_regular_file(candidate, ignored)) {

@@ -12,7 +12,8 @@ namespace {
 
 std::string_view trim(std::string_view text) {
   const auto first = text.find_first_not_of(" \t");
-  if (first == std::string_view::npos) return {};
+  if (first == std::string_view::npos)
+    return {};
   return text.substr(first, text.find_last_not_of(" \t") - first + 1);
 }
 
@@ -34,7 +35,8 @@ std::vector<std::int64_t> parse_selection(std::string_view list,
   for (;;) {
     const std::size_t comma = std::min(list.find(',', start), list.size());
     const std::string_view item = trim(list.substr(start, comma - start));
-    if (item.empty()) throw usage_error("--dims: an empty item in the list");
+    if (item.empty())
+      throw usage_error("--dims: an empty item in the list");
     if (const auto named = std::find(names.begin(), names.end(), item); named != names.end()) {
       selection[static_cast<std::size_t>(named - names.begin())] = 1;
     } else if (const auto index = parse_index(item)) {
@@ -42,12 +44,13 @@ std::vector<std::int64_t> parse_selection(std::string_view list,
     } else {
       const std::size_t dash = item.find('-');
       const auto first = parse_index(trim(item.substr(0, dash)));
-      const auto last = dash == std::string_view::npos ? std::nullopt
-                                                        : parse_index(trim(item.substr(dash + 1)));
+      const auto last =
+          dash == std::string_view::npos ? std::nullopt : parse_index(trim(item.substr(dash + 1)));
       if (!first || !last) {
-        throw usage_error(fmt::format("--dims: {} is neither a dimension's name nor an index or "
-                                      "a range like 2-5",
-                                      quoted_excerpt(item)));
+        throw usage_error(
+            fmt::format("--dims: {} is neither a dimension's name nor an index or "
+                        "a range like 2-5",
+                        quoted_excerpt(item)));
       }
       if (*first > *last) {
         throw usage_error(fmt::format("--dims: the range {} runs backwards", quoted_excerpt(item)));
@@ -56,7 +59,8 @@ std::vector<std::int64_t> parse_selection(std::string_view list,
       std::fill(selection.begin() + static_cast<std::ptrdiff_t>(*first),
                 selection.begin() + static_cast<std::ptrdiff_t>(*last) + 1, 1);
     }
-    if (comma == list.size()) break;
+    if (comma == list.size())
+      break;
     start = comma + 1;
   }
   return selection;

@@ -16,10 +16,13 @@ class usm_resource : public std::pmr::memory_resource {
  private:
   void* do_allocate(std::size_t bytes, std::size_t alignment) override {
     void* const memory = sycl::aligned_alloc_shared(alignment, bytes, queue_);
-    if (memory == nullptr) throw std::bad_alloc();
+    if (memory == nullptr)
+      throw std::bad_alloc();
     return memory;
   }
-  void do_deallocate(void* memory, std::size_t, std::size_t) override { sycl::free(memory, queue_); }
+  void do_deallocate(void* memory, std::size_t, std::size_t) override {
+    sycl::free(memory, queue_);
+  }
   bool do_is_equal(const std::pmr::memory_resource& other) const noexcept override {
     return this == &other;
   }
