@@ -106,6 +106,9 @@ TEST(CsvErrors, EveryMessageNamesFileLineAndColumn) {
   EXPECT_EQ(parse_error("a,b\n"), "t.csv:2:1: no data rows after the header");
   EXPECT_EQ(parse_error("a,b\n1,2\n3,abc\n"), "t.csv:3:3: non-numeric cell \"abc\"");
   EXPECT_EQ(parse_error("a,b\n1,2\n3,1.5.2\n"), "t.csv:3:3: non-numeric cell \"1.5.2\"");
+  EXPECT_EQ(parse_error("a;b\n1,5;2\n"),
+            "t.csv:2:1: non-numeric cell \"1,5\" (tessel reads decimal points, not decimal "
+            "commas)");
   EXPECT_EQ(parse_error("a,b\n1,\n"), "t.csv:2:3: empty cell");
   EXPECT_EQ(parse_error("a,b\n1,2,3,4\n"), "t.csv:2:5: ragged row: 4 cells where line 1 has 2");
   EXPECT_EQ(parse_error("a,b,c\n1,2,3\n1,2\n"),

@@ -33,6 +33,16 @@ std::vector<csv_cell> first_row(csv_cursor& cursor) {
   return cells;
 }
 
+// "1,5" where the delimiter is not a comma: a number written with a decimal comma.
+bool has_decimal_comma(std::string_view text) {
+  const std::size_t comma = text.find(',');
+  if (comma == std::string_view::npos)
+    return false;
+  std::string with_point(text);
+  with_point[comma] = '.';
+  return parse_number<double>(with_point).status == number_status::ok;
+}
+
 template <class T>
 bool is_number(const csv_cell& cell) {
   return !cell.escaped && parse_number<T>(cell.text).status != number_status::not_a_number;
@@ -174,7 +184,10 @@ class table_builder {
         break;
     }
     throw data_error_at(file_name_, cell.line, cell.column,
-                        "non-numeric cell " + quoted_excerpt(cell.text));
+                        "non-numeric cell " + quoted_excerpt(cell.text) +
+                            (has_decimal_comma(cell.text) ? " (tessel reads decimal points, not "
+                                                            "decimal commas)"
+                                                          : ""));
   }
 
   [[noreturn]] void report_long_row(csv_cursor& cursor, const csv_cell& extra) const {
