@@ -56,11 +56,8 @@ inline std::nullptr_t input_pointer(absent_input) {
 }
 
 // One command group for each combination of weights and indices, with accessors for the inputs
-// that are present, made in the order observations, weights, indices.
-//
-// The host task keeps the dataset's sizes and the accessors, not the dataset's buffer handles:
-// a handle that outlived the caller's would end its buffer on the runtime's thread, inside the
-// very command that uses it.
+// that are present, made in the order observations, weights, indices. The host task holds a copy
+// of the dataset, the accessors and a copy of the functor.
 template <bool HasWeights, bool HasIndices, typename T, layout L, typename F>
 sycl::event submit_command_group(sycl::queue& queue, dataset<L, sycl::buffer<T, 1>>& data,
                                  const F& functor) {
@@ -70,9 +67,8 @@ sycl::event submit_command_group(sycl::queue& queue, dataset<L, sycl::buffer<T, 
     auto weights = input_access<HasWeights>(data.weights, cgh);
     auto indices = input_access<HasIndices>(data.indices, cgh);
     functor.require(cgh);
-    cgh.host_task([n_dims = data.n_dims, n_observations = data.n_observations, observations,
-                   weights, indices, functor] {
-      estimate_in_task<T, L>(n_dims, n_observations, input_pointer(observations),
+    cgh.host_task([data, observations, weights, indices, functor] {
+      estimate_in_task<T, L>(data.n_dims, data.n_observations, input_pointer(observations),
                              input_pointer(weights), input_pointer(indices), functor);
     });
   });

@@ -471,6 +471,31 @@ TYPED_TEST(CpuFrames, UsmFramesWithScratchWaitOthersReturnAtOnce) {
   }
 }
 
+TYPED_TEST(CpuFrames, BufferFrameWithoutBuffersOfItsOwnReturnsAtOnce) {
+  using T = TypeParam;
+  auto& f = *this;
+  std::promise<void> open;
+  auto mean_out = f.out_buffer(0);
+  {
+    // The dataset's handles are the caller's only until the call returns; the host task holds
+    // its own copy, so it may run after the caller has let go of them.
+    auto data = f.buffer_data();
+    auto held = open.get_future().share();
+    cpu_queue().submit([&](sycl::handler& cgh) {
+      sycl::accessor observations(data.observations, cgh, sycl::read_write);
+      cgh.host_task([held, observations] { held.wait(); });
+    });
+    recording::module().clear();
+    cpu::mean_frame::buffer<fast_method, T, row>(cpu_queue(), nullptr, data, mean_out);
+    EXPECT_TRUE(recording::module().log().empty());
+  }
+  open.set_value();
+  cpu_queue().wait();
+  EXPECT_EQ(tessel::test::describe_calls(recording::module().log(),
+                                         {{f.x.data(), "x"}, {f.o(0), "out0"}}),
+            f.task({"EditTask(7, out0)", "Basic(0x1, 1)"}));
+}
+
 TYPED_TEST(CpuFrames, FailedScratchAllocationFreesTheRestAndSubmitsNothing) {
   using T = TypeParam;
   auto& f = *this;
