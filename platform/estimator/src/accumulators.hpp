@@ -29,9 +29,18 @@ struct power_sums {
 // centre known beforehand. Terms are formed in double and summed with compensation; the
 // deviation from the centre takes the centre's low part into account, so it is accurate even
 // when the mean is large against the spread.
+//
+// add() compensates every term. add_range() sums runs of run_length terms in plain double,
+// spread over `lanes` interleaved partial sums that the compiler keeps in vector registers, and
+// compensates only the runs' totals: a run of terms of one sign loses at most about
+// run_length / lanes roundings of its own size, and the totals lose nothing more. That keeps
+// the accuracy and takes the dependency of every addition on the last one out of the loop.
 template <int RawDegree, int CentralDegree, bool Weighted>
 class power_sum_accumulator {
  public:
+  static constexpr int lanes = 4;
+  static constexpr std::int64_t run_length = 64;
+
   explicit power_sum_accumulator(double_double centre = {}) : centre_(centre) {}
 
   void add(double x, double w) {
@@ -63,6 +72,52 @@ class power_sum_accumulator {
     }
   }
 
+  // Adds observations i0 .. i1 - 1, of values value(i) and weights weight(i).
+  template <class Value, class Weight>
+  void add_range(std::int64_t i0, std::int64_t i1, const Value& value, const Weight& weight) {
+    for (std::int64_t r0 = i0; r0 < i1; r0 += run_length) {
+      const std::int64_t r1 = r0 + run_length < i1 ? r0 + run_length : i1;
+      run_sums run;
+      std::int64_t i = r0;
+      for (; i + lanes <= r1; i += lanes) {
+        for (int l = 0; l < lanes; ++l)
+          run.add(l, value(i + l), Weighted ? weight(i + l) : 1.0, centre_);
+      }
+      for (; i < r1; ++i)
+        run.add(0, value(i), Weighted ? weight(i) : 1.0, centre_);
+      if constexpr (!Weighted)
+        count_ += r1 - r0;
+      add_run(run);
+    }
+  }
+
+  // Adds observations i0 .. i1 - 1 of count (at most MaxDims) dimensions, dims[k] to acc[k],
+  // row by row: for column-major storage, where an observation's dimensions share cache lines,
+  // so that each line is read once. The dimensions are the independent chains; the lanes
+  // still take turns, for the accuracy of the runs.
+  template <int MaxDims, class Value, class Weight>
+  static void add_rows(power_sum_accumulator* acc, const std::int64_t* dims, int count,
+                       std::int64_t i0, std::int64_t i1, const Value& value, const Weight& weight) {
+    for (std::int64_t r0 = i0; r0 < i1; r0 += run_length) {
+      const std::int64_t r1 = r0 + run_length < i1 ? r0 + run_length : i1;
+      run_sums runs[MaxDims];
+      double_double centres[MaxDims];
+      for (int k = 0; k < count; ++k)
+        centres[k] = acc[k].centre_;
+      for (std::int64_t i = r0; i < r1; ++i) {
+        const double w = Weighted ? weight(i) : 1.0;
+        const int l = static_cast<int>(i & (lanes - 1));
+        for (int k = 0; k < count; ++k)
+          runs[k].add(l, value(dims[k], i), w, centres[k]);
+      }
+      for (int k = 0; k < count; ++k) {
+        if constexpr (!Weighted)
+          acc[k].count_ += r1 - r0;
+        acc[k].add_run(runs[k]);
+      }
+    }
+  }
+
   power_sums finish() const {
     power_sums sums;
     if constexpr (Weighted) {
@@ -80,10 +135,59 @@ class power_sum_accumulator {
   }
 
  private:
+  static constexpr int raw_count = RawDegree > 0 ? RawDegree : 1;
+  static constexpr int central_count = CentralDegree > 1 ? CentralDegree : 1;  // k = 1..degree
+
+  // Plain sums of one run, lane by lane.
+  struct run_sums {
+    double w[lanes] = {}, w2[lanes] = {};
+    double raw[raw_count][lanes] = {};
+    double central[central_count][lanes] = {};
+
+    void add(int l, double x, double weight, const double_double& centre) {
+      if constexpr (Weighted) {
+        w[l] += weight;
+        w2[l] += weight * weight;
+      }
+      if constexpr (RawDegree >= 1) {
+        double term = Weighted ? weight * x : x;
+        raw[0][l] += term;
+        for (int k = 1; k < RawDegree; ++k)
+          raw[k][l] += term *= x;
+      }
+      if constexpr (CentralDegree >= 2) {
+        const double d = (x - centre.hi) - centre.lo;
+        double term = Weighted ? weight * d : d;
+        central[0][l] += term;
+        for (int k = 1; k < CentralDegree; ++k)
+          central[k][l] += term *= d;
+      }
+    }
+  };
+
+  static_assert(lanes == 4, "lane_total folds four lanes");
+  static double lane_total(const double (&lane)[lanes]) {
+    return (lane[0] + lane[1]) + (lane[2] + lane[3]);
+  }
+
+  void add_run(const run_sums& run) {
+    if constexpr (Weighted) {
+      w_.add(lane_total(run.w));
+      w2_.add(lane_total(run.w2));
+    }
+    for (int k = 0; k < RawDegree; ++k)
+      raw_[k].add(lane_total(run.raw[k]));
+    if constexpr (CentralDegree >= 2) {
+      central1_.add(lane_total(run.central[0]));
+      for (int k = 0; k + 1 < CentralDegree; ++k)
+        central_[k].add(lane_total(run.central[k + 1]));
+    }
+  }
+
   double_double centre_;
   std::int64_t count_ = 0;
   compensated_sum w_, w2_, central1_;
-  compensated_sum raw_[RawDegree > 0 ? RawDegree : 1];
+  compensated_sum raw_[raw_count];
   compensated_sum central_[CentralDegree > 1 ? CentralDegree - 1 : 1];
 };
 

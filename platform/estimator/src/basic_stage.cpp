@@ -141,15 +141,20 @@ std::vector<power_sums> sums_pass(const stage_data<T>& data, int raw_degree, int
           for (int k = 0; k < dims.count; ++k) {
             acc[k] = accumulator(centres != nullptr ? (*centres)[dims.d[k]] : double_double{});
           }
-          for_each_chunk(data.shape, i0, i1, [&](std::int64_t c0, std::int64_t c1) {
+          const auto weight = [&](std::int64_t i) { return data.weight(i); };
+          if (data.shape.obs_stride == 1) {
             for (int k = 0; k < dims.count; ++k) {
               accumulator a = acc[k];  // a local, so that it lives in registers
-              for (std::int64_t i = c0; i < c1; ++i) {
-                a.add(data.value(dims.d[k], i), decltype(weighted)::value ? data.weight(i) : 1.0);
-              }
+              const std::int64_t d = dims.d[k];
+              a.add_range(
+                  i0, i1, [&](std::int64_t i) { return data.value(d, i); }, weight);
               acc[k] = a;
             }
-          });
+          } else {
+            accumulator::template add_rows<max_group_dims>(
+                acc, dims.d, dims.count, i0, i1,
+                [&](std::int64_t d, std::int64_t i) { return data.value(d, i); }, weight);
+          }
           for (int k = 0; k < dims.count; ++k)
             out[dims.d[k] - d0] = acc[k].finish();
         });

@@ -11,7 +11,9 @@
 
 namespace tessel::estimator {
 
-constexpr std::int64_t max_group_dims = 8;  // one 64-byte line of doubles
+// A column-major group spans two 64-byte lines of doubles: the pair that the hardware fetches
+// together, so that no line is read by two tasks.
+constexpr std::int64_t max_group_dims = 16;
 
 // Tasks are (group of dimensions, block of observations) pairs, numbered group-major. A
 // column-major group holds neighbouring dimensions, which share the cache lines of an
