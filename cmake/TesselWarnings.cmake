@@ -1,8 +1,10 @@
 # Warnings are errors for everything the project compiles itself.
+# -Wnull-dereference is left out: g++ 12 raises it at -O2 inside libstdc++'s
+# own inlined stream code, which no change of ours can silence.
 add_library(tessel_warnings INTERFACE)
 target_compile_options(tessel_warnings INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Wold-style-cast
-  -Wcast-align -Woverloaded-virtual -Wnull-dereference -Wdouble-promotion
+  -Wcast-align -Woverloaded-virtual -Wdouble-promotion
   -Wformat=2 -Wimplicit-fallthrough -Werror)
 
 # Registers a target for installation in the TesselStats export set.
