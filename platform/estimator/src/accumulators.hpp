@@ -30,17 +30,14 @@ struct power_sums {
 // deviation from the centre takes the centre's low part into account, so it is accurate even
 // when the mean is large against the spread.
 //
-// add() compensates every term. add_range() sums runs of run_length terms in plain double,
-// spread over `lanes` interleaved partial sums that the compiler keeps in vector registers, and
-// compensates only the runs' totals: a run of terms of one sign loses at most about
-// run_length / lanes roundings of its own size, and the totals lose nothing more. That keeps
-// the accuracy and takes the dependency of every addition on the last one out of the loop.
+// add() compensates every term. add_column() and add_rows() sum short runs of terms in plain
+// double, several chains side by side in vector registers, and compensate only the runs'
+// totals: a run of terms of one sign loses at most about rows_per_run roundings of its own
+// size, and the totals lose nothing more. That keeps the accuracy and takes the dependency of
+// every addition on the last one out of the loops.
 template <int RawDegree, int CentralDegree, bool Weighted>
 class power_sum_accumulator {
  public:
-  static constexpr int lanes = 4;
-  static constexpr std::int64_t run_length = 64;
-
   explicit power_sum_accumulator(double_double centre = {}) : centre_(centre) {}
 
   void add(double x, double w) {
@@ -72,48 +69,47 @@ class power_sum_accumulator {
     }
   }
 
-  // Adds observations i0 .. i1 - 1, of values value(i) and weights weight(i).
-  template <class Value, class Weight>
-  void add_range(std::int64_t i0, std::int64_t i1, const Value& value, const Weight& weight) {
-    for (std::int64_t r0 = i0; r0 < i1; r0 += run_length) {
-      const std::int64_t r1 = r0 + run_length < i1 ? r0 + run_length : i1;
-      run_sums run;
-      std::int64_t i = r0;
-      for (; i + lanes <= r1; i += lanes) {
-        for (int l = 0; l < lanes; ++l)
-          run.add(l, value(i + l), Weighted ? weight(i + l) : 1.0, centre_);
-      }
-      for (; i < r1; ++i)
-        run.add(0, value(i), Weighted ? weight(i) : 1.0, centre_);
+  // Adds observations i0 .. i1 - 1 of a dimension whose observations are contiguous, x[i] of
+  // weight weight(i): as rows of `lanes` neighbours, each lane a chain of its own.
+  template <class T, class Weight>
+  void add_column(const T* x, std::int64_t i0, std::int64_t i1, const Weight& weight) {
+    constexpr int lanes = 16;
+    double_double centres[lanes];
+    for (auto& c : centres)
+      c = centre_;
+    const std::int64_t end = i0 + (i1 - i0) / lanes * lanes;
+    for (std::int64_t r0 = i0; r0 < end; r0 += rows_per_run * lanes) {
+      const std::int64_t r1 = r0 + rows_per_run * lanes < end ? r0 + rows_per_run * lanes : end;
+      run_sums<lanes> run;
+      run.add_rows(
+          lanes, centres, r0, r1, lanes, [x](std::int64_t i) { return x + i; },
+          [&](std::int64_t i, int l) { return weight(i + l); });
       if constexpr (!Weighted)
         count_ += r1 - r0;
-      add_run(run);
+      add_run_total(run.total());
     }
+    for (std::int64_t i = end; i < i1; ++i)
+      add(static_cast<double>(x[i]), Weighted ? weight(i) : 1.0);
   }
 
-  // Adds observations i0 .. i1 - 1 of count (at most MaxDims) dimensions, dims[k] to acc[k],
-  // row by row: for column-major storage, where an observation's dimensions share cache lines,
-  // so that each line is read once. The dimensions are the independent chains; the lanes
-  // still take turns, for the accuracy of the runs.
-  template <int MaxDims, class Value, class Weight>
-  static void add_rows(power_sum_accumulator* acc, const std::int64_t* dims, int count,
-                       std::int64_t i0, std::int64_t i1, const Value& value, const Weight& weight) {
-    for (std::int64_t r0 = i0; r0 < i1; r0 += run_length) {
-      const std::int64_t r1 = r0 + run_length < i1 ? r0 + run_length : i1;
-      run_sums runs[MaxDims];
-      double_double centres[MaxDims];
-      for (int k = 0; k < count; ++k)
-        centres[k] = acc[k].centre_;
-      for (std::int64_t i = r0; i < r1; ++i) {
-        const double w = Weighted ? weight(i) : 1.0;
-        const int l = static_cast<int>(i & (lanes - 1));
-        for (int k = 0; k < count; ++k)
-          runs[k].add(l, value(dims[k], i), w, centres[k]);
-      }
+  // Adds observations i0 .. i1 - 1 of `count` neighbouring dimensions (at most MaxDims), the
+  // k-th to acc[k]; row(i) points at observation i of the first of them, and the others follow
+  // it, all of weight weight(i). For column-major storage, where an observation's dimensions
+  // share cache lines: each line is read once, and the dimensions are the chains.
+  template <int MaxDims, class Row, class Weight>
+  static void add_rows(power_sum_accumulator* acc, int count, std::int64_t i0, std::int64_t i1,
+                       const Row& row, const Weight& weight) {
+    double_double centres[MaxDims];
+    for (int k = 0; k < count; ++k)
+      centres[k] = acc[k].centre_;
+    for (std::int64_t r0 = i0; r0 < i1; r0 += rows_per_run) {
+      const std::int64_t r1 = r0 + rows_per_run < i1 ? r0 + rows_per_run : i1;
+      run_sums<MaxDims> run;
+      run.add_rows(count, centres, r0, r1, 1, row, [&](std::int64_t i, int) { return weight(i); });
       for (int k = 0; k < count; ++k) {
         if constexpr (!Weighted)
           acc[k].count_ += r1 - r0;
-        acc[k].add_run(runs[k]);
+        acc[k].add_run_total(run.column(k));
       }
     }
   }
@@ -135,52 +131,99 @@ class power_sum_accumulator {
   }
 
  private:
+  static constexpr std::int64_t rows_per_run = 16;
   static constexpr int raw_count = RawDegree > 0 ? RawDegree : 1;
   static constexpr int central_count = CentralDegree > 1 ? CentralDegree : 1;  // k = 1..degree
 
-  // Plain sums of one run, lane by lane.
-  struct run_sums {
-    double w[lanes] = {}, w2[lanes] = {};
-    double raw[raw_count][lanes] = {};
-    double central[central_count][lanes] = {};
+  // The plain sums of one run, for one chain or all of them folded.
+  struct run_total {
+    double w = 0.0, w2 = 0.0;
+    double raw[raw_count] = {};
+    double central[central_count] = {};
+  };
 
-    void add(int l, double x, double weight, const double_double& centre) {
-      if constexpr (Weighted) {
-        w[l] += weight;
-        w2[l] += weight * weight;
+  // The plain sums of one run of Width chains side by side: rows r0, r0 + step, ... below r1;
+  // chain k of row i is row(i)[k], of weight weight(i, k), about centres[k].
+  template <int Width>
+  struct run_sums {
+    double w[Width] = {}, w2[Width] = {};
+    double raw[raw_count][Width] = {};
+    double central[central_count][Width] = {};
+
+    template <class Row, class Weight>
+    void add_rows(int count, const double_double* centres, std::int64_t r0, std::int64_t r1,
+                  std::int64_t step, const Row& row, const Weight& weight) {
+      for (std::int64_t i = r0; i < r1; i += step) {
+        const auto* x = row(i);
+        for (int k = 0; k < count; ++k) {
+          const double v = static_cast<double>(x[k]);
+          const double wk = Weighted ? weight(i, k) : 1.0;
+          if constexpr (Weighted) {
+            w[k] += wk;
+            w2[k] += wk * wk;
+          }
+          if constexpr (RawDegree >= 1) {
+            double term = Weighted ? wk * v : v;
+            raw[0][k] += term;
+            for (int j = 1; j < RawDegree; ++j)
+              raw[j][k] += term *= v;
+          }
+          if constexpr (CentralDegree >= 2) {
+            const double d = (v - centres[k].hi) - centres[k].lo;
+            double term = Weighted ? wk * d : d;
+            central[0][k] += term;
+            for (int j = 1; j < CentralDegree; ++j)
+              central[j][k] += term *= d;
+          }
+        }
       }
-      if constexpr (RawDegree >= 1) {
-        double term = Weighted ? weight * x : x;
-        raw[0][l] += term;
-        for (int k = 1; k < RawDegree; ++k)
-          raw[k][l] += term *= x;
-      }
-      if constexpr (CentralDegree >= 2) {
-        const double d = (x - centre.hi) - centre.lo;
-        double term = Weighted ? weight * d : d;
-        central[0][l] += term;
-        for (int k = 1; k < CentralDegree; ++k)
-          central[k][l] += term *= d;
-      }
+    }
+
+    run_total column(int k) const {
+      run_total t;
+      t.w = w[k];
+      t.w2 = w2[k];
+      for (int j = 0; j < raw_count; ++j)
+        t.raw[j] = raw[j][k];
+      for (int j = 0; j < central_count; ++j)
+        t.central[j] = central[j][k];
+      return t;
+    }
+
+    // All chains folded pairwise.
+    run_total total() const {
+      const auto fold = [](const double(&c)[Width]) {
+        double half[Width / 2];
+        for (int k = 0; k < Width / 2; ++k)
+          half[k] = c[k] + c[k + Width / 2];
+        for (int width = Width / 4; width >= 1; width /= 2) {
+          for (int k = 0; k < width; ++k)
+            half[k] += half[k + width];
+        }
+        return half[0];
+      };
+      run_total t;
+      t.w = fold(w);
+      t.w2 = fold(w2);
+      for (int j = 0; j < raw_count; ++j)
+        t.raw[j] = fold(raw[j]);
+      for (int j = 0; j < central_count; ++j)
+        t.central[j] = fold(central[j]);
+      return t;
     }
   };
 
-  static_assert(lanes == 4, "lane_total folds four lanes");
-  static double lane_total(const double (&lane)[lanes]) {
-    return (lane[0] + lane[1]) + (lane[2] + lane[3]);
-  }
-
-  void add_run(const run_sums& run) {
+  void add_run_total(const run_total& t) {
     if constexpr (Weighted) {
-      w_.add(lane_total(run.w));
-      w2_.add(lane_total(run.w2));
+      w_.add(t.w);
+      w2_.add(t.w2);
     }
-    for (int k = 0; k < RawDegree; ++k)
-      raw_[k].add(lane_total(run.raw[k]));
+    for (int j = 0; j < RawDegree; ++j)
+      raw_[j].add(t.raw[j]);
     if constexpr (CentralDegree >= 2) {
-      central1_.add(lane_total(run.central[0]));
-      for (int k = 0; k + 1 < CentralDegree; ++k)
-        central_[k].add(lane_total(run.central[k + 1]));
+      central1_.add(t.central[0]);
+      for (int j = 0; j + 1 < CentralDegree; ++j)
+        central_[j].add(t.central[j + 1]);
     }
   }
 

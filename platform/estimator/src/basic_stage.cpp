@@ -144,16 +144,21 @@ std::vector<power_sums> sums_pass(const stage_data<T>& data, int raw_degree, int
           const auto weight = [&](std::int64_t i) { return data.weight(i); };
           if (data.shape.obs_stride == 1) {
             for (int k = 0; k < dims.count; ++k) {
-              accumulator a = acc[k];  // a local, so that it lives in registers
-              const std::int64_t d = dims.d[k];
-              a.add_range(
-                  i0, i1, [&](std::int64_t i) { return data.value(d, i); }, weight);
-              acc[k] = a;
+              const T* column = data.x + data.shape.offset(dims.d[k], 0);
+              acc[k].add_column(column, i0, i1, [&](std::int64_t i) { return data.weight(i); });
             }
           } else {
+            // Every dimension of the group, selected or not: they lie side by side.
+            const int count = static_cast<int>(d1 - d0);
+            accumulator all[max_group_dims];
+            for (int k = 0; k < count; ++k) {
+              all[k] = accumulator(centres != nullptr ? (*centres)[d0 + k] : double_double{});
+            }
             accumulator::template add_rows<max_group_dims>(
-                acc, dims.d, dims.count, i0, i1,
-                [&](std::int64_t d, std::int64_t i) { return data.value(d, i); }, weight);
+                all, count, i0, i1,
+                [&](std::int64_t i) { return data.x + data.shape.offset(d0, i); }, weight);
+            for (int k = 0; k < dims.count; ++k)
+              acc[k] = all[dims.d[k] - d0];
           }
           for (int k = 0; k < dims.count; ++k)
             out[dims.d[k] - d0] = acc[k].finish();
