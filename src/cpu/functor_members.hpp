@@ -49,9 +49,12 @@ T* host_pointer(T* output) {
   return output;
 }
 
+// An accessor of no elements points at no storage, and the estimator is told so: this is the
+// caller's zero-length first output, which the estimator must not write to.
 template <typename T>
 T* host_pointer(const result_accessor<T>& output) {
-  return output.template get_multi_ptr<sycl::access::decorated::no>().get();
+  return output.empty() ? nullptr
+                        : output.template get_multi_ptr<sycl::access::decorated::no>().get();
 }
 
 // A pointer that a rule may withhold: the buffer form gives null where its rule says so; the USM

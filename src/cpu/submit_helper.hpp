@@ -46,9 +46,11 @@ auto input_access(sycl::buffer<T, 1>& input, sycl::handler& cgh) {
   }
 }
 
+// An input of no elements is handed over as null: there is nothing there to read.
 template <typename T>
 const T* input_pointer(const input_accessor<T>& input) {
-  return input.template get_multi_ptr<sycl::access::decorated::no>().get();
+  return input.empty() ? nullptr
+                       : input.template get_multi_ptr<sycl::access::decorated::no>().get();
 }
 
 inline std::nullptr_t input_pointer(absent_input) {
