@@ -347,6 +347,13 @@ TYPED_TEST(CpuFrames, BufferFormsUseDummiesAndFlags) {
                    f.empty(), f.empty());
              }).calls,
             f.task({"EditSums(out0, out1, -, -, -, -, -)", "Basic(0x6000000, 1)"}));
+  // A first sum of no elements: its bit stays, and the estimator is told it has no array.
+  EXPECT_EQ(f.run([&] {
+               cpu::raw_sum_frame::buffer<fast_method, T, row>(
+                   cpu_queue(), nullptr, f.buffer_data(), f.empty(), f.out_buffer(1), f.empty(),
+                   f.empty());
+             }).calls,
+            f.task({"EditSums(-, out1, -, -, -, -, -)", "Basic(0x6000000, 1)"}));
   // The second moment only: the third and fourth sit on dummies that never reach the estimator.
   EXPECT_EQ(f.run([&] {
                cpu::raw_moment_frame::buffer<fast_method, T, row>(
