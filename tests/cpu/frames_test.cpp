@@ -308,7 +308,8 @@ TYPED_TEST(CpuFrames, TaskInputsAndStorageWord) {
   // Weights and indices go to the task's creation, as they stand, in both forms.
   const std::pair<bool, bool> inputs[] = {
       {true, true}, {true, false}, {false, true}, {false, false}};
-  for (const auto& [weights, indices] : inputs) {
+  for (const auto& input : inputs) {
+    const bool weights = input.first, indices = input.second;
     SCOPED_TRACE(std::to_string(weights) + std::to_string(indices));
     const std::string expected =
         std::string("x, ") + (weights ? "w" : "-") + ", " + (indices ? "idx" : "-");
@@ -489,8 +490,9 @@ TYPED_TEST(CpuFrames, BufferFrameWithoutBuffersOfItsOwnReturnsAtOnce) {
     auto data = f.buffer_data();
     auto held = open.get_future().share();
     cpu_queue().submit([&](sycl::handler& cgh) {
-      sycl::accessor observations(data.observations, cgh, sycl::read_write);
-      cgh.host_task([held, observations] { held.wait(); });
+      // A writer of the observations, which the statistic's task must wait for.
+      [[maybe_unused]] sycl::accessor writes(data.observations, cgh, sycl::read_write);
+      cgh.host_task([held] { held.wait(); });
     });
     recording::module().clear();
     cpu::mean_frame::buffer<fast_method, T, row>(cpu_queue(), nullptr, data, mean_out);
