@@ -18,6 +18,7 @@
 #include "gpu/minmax_gpu_impl.hpp"
 #include "gpu/moments_gpu_impl.hpp"
 #include "gpu/out_handle.hpp"
+#include "stats/output_checks.hpp"
 #include "stats/row.hpp"
 
 namespace vorlex::orv::stats::detail {
@@ -68,7 +69,7 @@ sycl::event gpu_road_usm(sycl::queue& queue, Mean mean, const dataset<L, T*>& da
                          const std::vector<sycl::event>& dependencies, Out... outputs) {
   using F = gpu_functor_t<Row, T, true, Mean>;
   constexpr std::size_t n = sizeof...(Out);
-  const std::array<bool, n> given{(outputs != nullptr)...};
+  const std::array<bool, n> given{is_given(outputs)...};
   std::array<T*, n> handles{outputs...};
   std::unique_ptr<T, usm_free<T>> stand_in(nullptr, usm_free<T>{queue});
   if (!given[0]) {
@@ -104,7 +105,7 @@ void gpu_road_buffer(sycl::queue& queue, Mean mean, const dataset<L, sycl::buffe
                      Out... outputs) {
   using F = gpu_functor_t<Row, T, false, Mean>;
   constexpr std::size_t n = sizeof...(Out);
-  const std::array<bool, n> given{(outputs.size() != 0)...};
+  const std::array<bool, n> given{is_given(outputs)...};
   std::array<sycl::buffer<T, 1>, n> targets{outputs...};
   for (std::size_t i = 0; i < n; ++i) {
     if (!given[i]) {

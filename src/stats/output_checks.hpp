@@ -7,6 +7,7 @@
 #include <array>
 #include <cstddef>
 #include <iterator>
+#include <type_traits>
 #include <vorlex/orv/stats.hpp>
 
 #include "stats/row.hpp"

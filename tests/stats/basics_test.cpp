@@ -119,7 +119,7 @@ TEST_P(StatisticBasics, MatchesReference) {
       const outputs<T> out = run_statistic<st::method::fast, T, L>(
           gpu_queue(), param.stat, param.form, p, all_outputs, poison);
       const auto expected = expectations_for(p, L);
-      const double epsilons = 2 * sum_depth(p.n_obs, gpu_group_size()) + 16;
+      const double epsilons = allowed_epsilons(p.n_obs, gpu_group_size());
       for (std::size_t k = 0; k < output_count(param.stat); ++k) {
         for (std::size_t d = 0; d < expected.size(); ++d) {
           if (!expected[d].reference.selected) {

@@ -122,13 +122,14 @@ expectation expected_output(statistic s, std::size_t k, const dimension_expectat
   return {};
 }
 
-double sum_depth(std::int64_t n, std::size_t group_size) {
+double allowed_epsilons(std::int64_t n, std::size_t group_size) {
   const auto g = static_cast<std::int64_t>(std::max<std::size_t>(group_size, 2));
   std::int64_t levels = 1;
   for (std::int64_t count = (n + g - 1) / g; count > 1; count = (count + g - 1) / g) {
     ++levels;
   }
-  return static_cast<double>(std::min(n, g) * levels);
+  const auto depth = static_cast<double>(std::min(n, g) * levels);
+  return 8 + 4 * std::log2(depth + 1);
 }
 
 template std::vector<dimension_expectations> expectations_for(const problem<float>&, st::layout);

@@ -33,8 +33,10 @@ std::vector<dimension_expectations> expectations_for(const problem<T>& p, st::la
 expectation expected_output(statistic s, std::size_t k, const dimension_expectations& e,
                             bool user_mean);
 
-// Rounding steps that a sum may have taken in a reduction of n terms in groups of group_size:
-// each level adds up to group_size partial results one after the other.
-double sum_depth(std::int64_t n, std::size_t group_size);
+// Units of epsilon allowed against an expectation's scale, for sums of n terms reduced in
+// groups of group_size: each level of the reduction adds up to group_size partial results one
+// after the other, and rounding errors of such a chain grow with about the root of its length,
+// which the logarithm bounds generously for the sizes tested here.
+double allowed_epsilons(std::int64_t n, std::size_t group_size);
 
 }  // namespace tessel::test

@@ -32,7 +32,7 @@ template <typename T>
 void expect_outputs_match(statistic s, const problem<T>& p, st::layout l, const outputs<T>& out,
                           const output_mask& given) {
   const auto expected = expectations_for(p, l);
-  const double epsilons = 2 * sum_depth(p.n_obs, gpu_group_size()) + 16;
+  const double epsilons = allowed_epsilons(p.n_obs, gpu_group_size());
   for (std::size_t k = 0; k < output_count(s); ++k) {
     if (!given[k]) {
       EXPECT_TRUE(out[k].empty());
