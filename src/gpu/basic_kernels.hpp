@@ -21,9 +21,10 @@ namespace vorlex::orv::stats::detail::gpu {
 template <typename F, bool RowLayout, bool WideIndices>
 struct moment_kernel_types {
   using value_type = typename F::value_type;
-  using data_type = detail::dataset_helper<
-      value_type, RowLayout ? stats::layout::row_major : stats::layout::col_major, F::usm,
-      WideIndices>;
+  using data_type =
+      detail::dataset_helper<value_type,
+                             RowLayout ? stats::layout::row_major : stats::layout::col_major,
+                             F::usm, WideIndices>;
   using helper_type = sum_tmp_helper<value_type, F::usm, F::user_mean>;
   using local_type = sycl::local_accessor<value_type, 1>;
 };
@@ -37,7 +38,10 @@ class basic_kernel_single_step {
   basic_kernel_single_step(const typename types::data_type& data,
                            const typename types::local_type& local, std::uint64_t group_size,
                            const typename types::helper_type& helper, const F& functor)
-      : data_(data), local_(local), group_size_(keep_if<RowLayout>(group_size)), helper_(helper),
+      : data_(data),
+        local_(local),
+        group_size_(keep_if<RowLayout>(group_size)),
+        helper_(helper),
         functor_(functor) {}
 
   void operator()(sycl::nd_item<1> item) const {
@@ -81,8 +85,12 @@ class basic_kernel_first_step {
                           const typename types::local_type& local, std::uint64_t group_size,
                           std::uint64_t group_count, std::uint64_t remainder,
                           const typename types::helper_type& helper)
-      : data_(data), local_(local), group_size_(keep_if<RowLayout>(group_size)),
-        group_count_(group_count), remainder_(remainder), helper_(helper) {}
+      : data_(data),
+        local_(local),
+        group_size_(keep_if<RowLayout>(group_size)),
+        group_count_(group_count),
+        remainder_(remainder),
+        helper_(helper) {}
 
   void operator()(sycl::nd_item<1> item) const {
     T* block = local_pointer(local_);
@@ -132,8 +140,12 @@ class basic_kernel_next_step {
                          const typename types::helper_type& helper,
                          const typename types::local_type& local, std::uint64_t remainder,
                          std::uint64_t row_stride, const F& functor)
-      : data_(data), helper_(helper), local_(local), remainder_(remainder),
-        row_stride_(row_stride), functor_(keep_if<Last>(functor)) {}
+      : data_(data),
+        helper_(helper),
+        local_(local),
+        remainder_(remainder),
+        row_stride_(row_stride),
+        functor_(keep_if<Last>(functor)) {}
 
   void operator()(sycl::nd_item<1> item) const {
     bool first = true;

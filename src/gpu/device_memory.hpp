@@ -36,9 +36,8 @@ TESSEL_DEVICE_CALLABLE inline sycl::device_event start_group_copy(const sycl::nd
                                                                   T* local_destination,
                                                                   const T* global_source,
                                                                   std::uint64_t count) {
-  auto destination =
-      sycl::address_space_cast<sycl::access::address_space::local_space,
-                               sycl::access::decorated::yes>(local_destination);
+  auto destination = sycl::address_space_cast<sycl::access::address_space::local_space,
+                                              sycl::access::decorated::yes>(local_destination);
   auto source = sycl::address_space_cast<sycl::access::address_space::global_space,
                                          sycl::access::decorated::yes>(global_source);
   return item.async_work_group_copy(destination, source, count);

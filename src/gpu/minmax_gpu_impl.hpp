@@ -51,9 +51,9 @@ sycl::event minmax_single_step(sycl::queue& queue, dataset_helper<T, L, Usm, Wid
   return queue.submit([&](sycl::handler& cgh) {
     require_minmax_step(cgh, data, functor, none{});
     const auto blocks = make_blocks<F>(cgh, local_size);
-    cgh.parallel_for(launch_range(1, local_size),
-                     minmax_kernel_single_step<F, row_layout, WideIndices>(data, blocks,
-                                                                           local_size, functor));
+    cgh.parallel_for(
+        launch_range(1, local_size),
+        minmax_kernel_single_step<F, row_layout, WideIndices>(data, blocks, local_size, functor));
   });
 }
 
@@ -92,9 +92,9 @@ sycl::event minmax_next_step(sycl::queue& queue, dataset_helper<T, L, Usm, WideI
 // Runs the launches of a plan. wait_each: the USM form, whose scratch is
 // ordered by nothing else, waits for each launch on the host.
 template <typename Data, typename F, typename Scratch>
-sycl::event run_minmax_launches(sycl::queue& queue, Data& data, F& functor,
-                                const Scratch& scratch, const reduction_plan& plan,
-                                std::uint64_t half_size, bool wait_each) {
+sycl::event run_minmax_launches(sycl::queue& queue, Data& data, F& functor, const Scratch& scratch,
+                                const reduction_plan& plan, std::uint64_t half_size,
+                                bool wait_each) {
   sycl::event last;
   for (const reduction_launch& launch : plan.launches) {
     const std::uint64_t load_offset = launch.load_half * half_size;
@@ -104,8 +104,8 @@ sycl::event run_minmax_launches(sycl::queue& queue, Data& data, F& functor,
         last = minmax_single_step(queue, data, functor, launch.local_size);
         break;
       case step_kind::first:
-        last = minmax_first_step(queue, data, functor, scratch, plan.group_size,
-                                 launch.group_count, launch.remainder);
+        last = minmax_first_step(queue, data, functor, scratch, plan.group_size, launch.group_count,
+                                 launch.remainder);
         break;
       case step_kind::next:
         last = minmax_next_step<false>(queue, data, functor, scratch, launch.local_size,
@@ -159,18 +159,15 @@ sycl::event submit_minmax_usm(sycl::queue& queue, const dataset<L, T*>& data, F&
   }
   const std::uint64_t half_size = view.dims * plan.n_groups;
   const std::uint64_t scratch_size = half_size * (plan.two_halves ? 2 : 1);
-  const auto blocks =
-      make_halves<F>([&](auto) { return device_scratch<T>(queue, scratch_size); });
+  const auto blocks = make_halves<F>([&](auto) { return device_scratch<T>(queue, scratch_size); });
   // A failed allocation is reported as the library reports one; the blocks made are freed.
   bool allocated = true;
-  for_each_half<F>([&](auto half) {
-    allocated = allocated && decltype(half)::of(blocks).get() != nullptr;
-  });
+  for_each_half<F>(
+      [&](auto half) { allocated = allocated && decltype(half)::of(blocks).get() != nullptr; });
   if (scratch_size != 0 && !allocated) {
     throw vorlex::orv::device_bad_alloc("rng", F::name, queue.get_device());
   }
-  const auto scratch =
-      make_halves<F>([&](auto half) { return decltype(half)::of(blocks).get(); });
+  const auto scratch = make_halves<F>([&](auto half) { return decltype(half)::of(blocks).get(); });
   return run_minmax_launches(queue, view, functor, scratch, plan, half_size, true);
 }
 
@@ -190,8 +187,8 @@ sycl::event submit_minmax(sycl::queue& queue, const dataset<L, sycl::buffer<T, 1
   const std::uint64_t half_size = view.dims * plan.n_groups;
   const sycl::range<1> scratch_range(half_size * (plan.two_halves ? 2 : 1));
   auto buffers = make_halves<F>([&](auto) { return sycl::buffer<T, 1>(scratch_range); });
-  const auto scratch = make_halves<F>(
-      [&](auto half) { return scratch_accessor<T>(decltype(half)::of(buffers)); });
+  const auto scratch =
+      make_halves<F>([&](auto half) { return scratch_accessor<T>(decltype(half)::of(buffers)); });
   return run_minmax_launches(queue, view, functor, scratch, plan, half_size, false);
 }
 

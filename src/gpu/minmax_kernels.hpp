@@ -116,9 +116,10 @@ auto make_halves(Make&& make) {
 template <typename F, bool RowLayout, bool WideIndices>
 struct minmax_kernel_types {
   using value_type = typename F::value_type;
-  using data_type = detail::dataset_helper<
-      value_type, RowLayout ? stats::layout::row_major : stats::layout::col_major, F::usm,
-      WideIndices>;
+  using data_type =
+      detail::dataset_helper<value_type,
+                             RowLayout ? stats::layout::row_major : stats::layout::col_major,
+                             F::usm, WideIndices>;
   using scratch_type =
       halves_of<F, std::conditional_t<F::usm, value_type*, scratch_accessor<value_type>>>;
   using blocks_type = capture_if<!F::usm, halves_of<F, sycl::local_accessor<value_type, 1>>>;
@@ -175,8 +176,10 @@ class minmax_kernel_single_step {
   minmax_kernel_single_step(const typename types::data_type& data,
                             const typename types::blocks_type& blocks, std::uint64_t group_size,
                             const F& functor)
-      : data_(data), blocks_(blocks),
-        group_size_(keep_if<!F::usm && RowLayout>(group_size)), functor_(functor) {}
+      : data_(data),
+        blocks_(blocks),
+        group_size_(keep_if < !F::usm && RowLayout > (group_size)),
+        functor_(functor) {}
 
   void operator()(sycl::nd_item<1> item) const {
     const std::uint64_t l = item.get_local_id(0);
@@ -190,7 +193,8 @@ class minmax_kernel_single_step {
       } else {
         if constexpr (RowLayout) {
           const T* row = device_pointer(data_.x) + d * data_.n_obs;
-          copy_into_blocks<F>(item, blocks_, [row](auto) { return row; }, group_size_);
+          copy_into_blocks<F>(
+              item, blocks_, [row](auto) { return row; }, group_size_);
         } else {
           fill_blocks<F>(blocks_, l, observation(data_, d, l));
         }
@@ -224,8 +228,12 @@ class minmax_kernel_first_step {
                            const typename types::blocks_type& blocks, std::uint64_t group_count,
                            std::uint64_t remainder, std::uint64_t group_size,
                            const typename types::scratch_type& scratch)
-      : data_(data), blocks_(blocks), group_count_(group_count), remainder_(remainder),
-        group_size_(keep_if<RowLayout>(group_size)), scratch_(scratch) {}
+      : data_(data),
+        blocks_(blocks),
+        group_count_(group_count),
+        remainder_(remainder),
+        group_size_(keep_if<RowLayout>(group_size)),
+        scratch_(scratch) {}
 
   void operator()(sycl::nd_item<1> item) const {
     const std::uint64_t l = item.get_local_id(0);
@@ -245,8 +253,9 @@ class minmax_kernel_first_step {
       } else {
         if constexpr (RowLayout) {
           const T* run = device_pointer(data_.x) + g * group_size_ + d * data_.n_obs;
-          copy_into_blocks<F>(item, blocks_, [run](auto) { return run; },
-                              valid_count(item, group_count_, remainder_));
+          copy_into_blocks<F>(
+              item, blocks_, [run](auto) { return run; },
+              valid_count(item, group_count_, remainder_));
         } else if (!tail) {
           fill_blocks<F>(blocks_, l, observation(data_, d, observation_number(item)));
         }
@@ -300,9 +309,15 @@ class minmax_kernel_next_step {
                           std::uint64_t row_stride, std::uint64_t group_count,
                           std::uint64_t remainder, const F& functor, std::uint64_t load_offset,
                           std::uint64_t store_offset)
-      : data_(data), blocks_(blocks), scratch_(scratch), group_size_(group_size),
-        row_stride_(row_stride), group_count_(group_count), remainder_(remainder),
-        functor_(keep_if<Last>(functor)), load_offset_(load_offset),
+      : data_(data),
+        blocks_(blocks),
+        scratch_(scratch),
+        group_size_(group_size),
+        row_stride_(row_stride),
+        group_count_(group_count),
+        remainder_(remainder),
+        functor_(keep_if<Last>(functor)),
+        load_offset_(load_offset),
         store_offset_(keep_if<!Last>(store_offset)) {}
 
   void operator()(sycl::nd_item<1> item) const {
@@ -316,7 +331,8 @@ class minmax_kernel_next_step {
       if constexpr (F::usm) {
         for_each_half<F>([&](auto half) {
           using H = decltype(half);
-          const T value = tail ? H::template identity<T>() : device_pointer(H::of(scratch_))[run + l];
+          const T value =
+              tail ? H::template identity<T>() : device_pointer(H::of(scratch_))[run + l];
           finish(item, half, d, value);
         });
       } else {

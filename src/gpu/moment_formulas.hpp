@@ -41,8 +41,9 @@ class central_terms {
     const T m = mean();
     const T b = w_ * m;
     const T q = m * T(-4);
-    return sycl::mad((b * m) * m, m,
-                     sycl::mad((m * q) * m, s1_, sycl::mad((s2_ * T(6)) * m, m, sycl::mad(q, s3_, s4_))));
+    return sycl::mad(
+        (b * m) * m, m,
+        sycl::mad((m * q) * m, s1_, sycl::mad((s2_ * T(6)) * m, m, sycl::mad(q, s3_, s4_))));
   }
 
   TESSEL_DEVICE_CALLABLE static T corrected_variance(T c2, T w, T w2) {

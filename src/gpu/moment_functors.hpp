@@ -58,9 +58,14 @@ class mean_func : public moment_functor_kind<T, Usm, false> {
 template <typename T, bool Usm>
 class raw_sum_func_fast : public moment_functor_kind<T, Usm, false> {
  public:
-  raw_sum_func_fast(std::uint8_t wanted2, std::uint8_t wanted3, std::uint8_t wanted4, out_t<T, Usm> sum,
-                    out_t<T, Usm> sum2, out_t<T, Usm> sum3, out_t<T, Usm> sum4)
-      : want2_(wanted2), want3_(wanted3), want4_(wanted4), sum_(sum), sum2_(sum2), sum3_(sum3),
+  raw_sum_func_fast(std::uint8_t wanted2, std::uint8_t wanted3, std::uint8_t wanted4,
+                    out_t<T, Usm> sum, out_t<T, Usm> sum2, out_t<T, Usm> sum3, out_t<T, Usm> sum4)
+      : want2_(wanted2),
+        want3_(wanted3),
+        want4_(wanted4),
+        sum_(sum),
+        sum2_(sum2),
+        sum3_(sum3),
         sum4_(sum4) {}
   kept_sums kept() const { return {want2_, want3_, want4_}; }
   std::uint64_t channels() const { return channels_up_to(want2_, want3_, want4_); }
@@ -118,8 +123,11 @@ class raw_moment_func_fast : public raw_moment_func_fast_base<T, out_t<T, Usm>>,
   raw_moment_func_fast(std::uint8_t wanted2, std::uint8_t wanted3, std::uint8_t wanted4,
                        out_t<T, Usm> mean, out_t<T, Usm> raw_moment2, out_t<T, Usm> raw_moment3,
                        out_t<T, Usm> raw_moment4)
-      : base(wanted2, wanted3, wanted4), mean_(mean), raw_moment2_(raw_moment2),
-        raw_moment3_(raw_moment3), raw_moment4_(raw_moment4) {}
+      : base(wanted2, wanted3, wanted4),
+        mean_(mean),
+        raw_moment2_(raw_moment2),
+        raw_moment3_(raw_moment3),
+        raw_moment4_(raw_moment4) {}
   kept_sums kept() const { return {this->want2, this->want3, this->want4}; }
   std::uint64_t channels() const { return channels_up_to(this->want2, this->want3, this->want4); }
   void require(sycl::handler& cgh) const {

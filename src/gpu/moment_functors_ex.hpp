@@ -46,11 +46,10 @@ class central_sum_func_fast_base : public gpu::central_sum_func_fast_base<T, Han
   using plain::plain;
   template <typename Helper>
   TESSEL_DEVICE_CALLABLE void operator()(const Helper& helper, std::uint64_t dim, Handle mean,
-                                         Handle raw_moment2, Handle raw_moment3,
-                                         Handle raw_moment4, Handle sum2, Handle sum3,
-                                         Handle sum4) const {
+                                         Handle raw_moment2, Handle raw_moment3, Handle raw_moment4,
+                                         Handle sum2, Handle sum3, Handle sum4) const {
     store_raw_moments(helper, dim, this->want3, this->want4, mean, raw_moment2, raw_moment3,
-                         raw_moment4);
+                      raw_moment4);
     plain::operator()(helper, dim, sum2, sum3, sum4);
   }
 };
@@ -65,8 +64,14 @@ class central_sum_func_fast : public central_sum_func_fast_base<T, out_t<T, Usm>
                         out_t<T, Usm> raw_moment2, out_t<T, Usm> raw_moment3,
                         out_t<T, Usm> raw_moment4, out_t<T, Usm> sum2, out_t<T, Usm> sum3,
                         out_t<T, Usm> sum4)
-      : base(wanted3, wanted4), mean_(mean), raw_moment2_(raw_moment2), raw_moment3_(raw_moment3),
-        raw_moment4_(raw_moment4), sum2_(sum2), sum3_(sum3), sum4_(sum4) {}
+      : base(wanted3, wanted4),
+        mean_(mean),
+        raw_moment2_(raw_moment2),
+        raw_moment3_(raw_moment3),
+        raw_moment4_(raw_moment4),
+        sum2_(sum2),
+        sum3_(sum3),
+        sum4_(sum4) {}
   kept_sums kept() const { return central_kept(this->want3, this->want4); }
   std::uint64_t channels() const { return channels_up_to(true, this->want3, this->want4); }
   void require(sycl::handler& cgh) const {
@@ -90,11 +95,10 @@ class central_moment_func_fast_base : public gpu::central_moment_func_fast_base<
   using plain::plain;
   template <typename Helper>
   TESSEL_DEVICE_CALLABLE void operator()(const Helper& helper, std::uint64_t dim, Handle mean,
-                                         Handle raw_moment2, Handle raw_moment3,
-                                         Handle raw_moment4, Handle moment2, Handle moment3,
-                                         Handle moment4) const {
+                                         Handle raw_moment2, Handle raw_moment3, Handle raw_moment4,
+                                         Handle moment2, Handle moment3, Handle moment4) const {
     store_raw_moments(helper, dim, this->want3, this->want4, mean, raw_moment2, raw_moment3,
-                         raw_moment4);
+                      raw_moment4);
     plain::operator()(helper, dim, moment2, moment3, moment4);
   }
 };
@@ -107,15 +111,20 @@ class central_moment_func_fast : public central_moment_func_fast_base<T, out_t<T
  public:
   central_moment_func_fast(std::uint8_t wanted3, std::uint8_t wanted4, out_t<T, Usm> mean,
                            out_t<T, Usm> raw_moment2, out_t<T, Usm> raw_moment3,
-                           out_t<T, Usm> raw_moment4, out_t<T, Usm> moment2,
-                           out_t<T, Usm> moment3, out_t<T, Usm> moment4)
-      : base(wanted3, wanted4), mean_(mean), raw_moment2_(raw_moment2), raw_moment3_(raw_moment3),
-        raw_moment4_(raw_moment4), moment2_(moment2), moment3_(moment3), moment4_(moment4) {}
+                           out_t<T, Usm> raw_moment4, out_t<T, Usm> moment2, out_t<T, Usm> moment3,
+                           out_t<T, Usm> moment4)
+      : base(wanted3, wanted4),
+        mean_(mean),
+        raw_moment2_(raw_moment2),
+        raw_moment3_(raw_moment3),
+        raw_moment4_(raw_moment4),
+        moment2_(moment2),
+        moment3_(moment3),
+        moment4_(moment4) {}
   kept_sums kept() const { return central_kept(this->want3, this->want4); }
   std::uint64_t channels() const { return channels_up_to(true, this->want3, this->want4); }
   void require(sycl::handler& cgh) const {
-    require_all(cgh, mean_, raw_moment2_, raw_moment3_, raw_moment4_, moment2_, moment3_,
-                moment4_);
+    require_all(cgh, mean_, raw_moment2_, raw_moment3_, raw_moment4_, moment2_, moment3_, moment4_);
   }
   template <typename Helper>
   TESSEL_DEVICE_CALLABLE void operator()(const Helper& helper, std::uint64_t dim) const {
@@ -191,8 +200,8 @@ class kurtosis_func_fast_base : public gpu::kurtosis_func_fast_base<T, Handle> {
  public:
   template <typename Helper>
   TESSEL_DEVICE_CALLABLE void operator()(const Helper& helper, std::uint64_t dim, Handle mean,
-                                         Handle raw_moment2, Handle raw_moment3,
-                                         Handle raw_moment4, Handle kurtosis) const {
+                                         Handle raw_moment2, Handle raw_moment3, Handle raw_moment4,
+                                         Handle kurtosis) const {
     store_mean_and_raw_moment2(helper, dim, mean, raw_moment2);
     raw_moment3[dim] = helper.s3(dim) / helper.weight_sum();
     raw_moment4[dim] = helper.s4(dim) / helper.weight_sum();
@@ -208,8 +217,11 @@ class kurtosis_func_fast : public kurtosis_func_fast_base<T, out_t<T, Usm>>,
  public:
   kurtosis_func_fast(out_t<T, Usm> mean, out_t<T, Usm> raw_moment2, out_t<T, Usm> raw_moment3,
                      out_t<T, Usm> raw_moment4, out_t<T, Usm> kurtosis)
-      : mean_(mean), raw_moment2_(raw_moment2), raw_moment3_(raw_moment3),
-        raw_moment4_(raw_moment4), kurtosis_(kurtosis) {}
+      : mean_(mean),
+        raw_moment2_(raw_moment2),
+        raw_moment3_(raw_moment3),
+        raw_moment4_(raw_moment4),
+        kurtosis_(kurtosis) {}
   kept_sums kept() const { return {1, 1, 1}; }
   std::uint64_t channels() const { return 4; }
   void require(sycl::handler& cgh) const {

@@ -95,8 +95,8 @@ sum_tmp_helper<T, Usm, F::user_mean> make_sum_tmp_helper(
   if constexpr (F::user_mean) {
     return {sums, sum_w, sum_w2, mean..., kept.has_s3, kept.has_s4, has_w, slot_stride, obs_count};
   } else {
-    return {sums,        sum_w, sum_w2,     kept.has_s2, kept.has_s3, kept.has_s4,
-            has_w,       slot_stride, obs_count};
+    return {sums,        sum_w, sum_w2,      kept.has_s2, kept.has_s3,
+            kept.has_s4, has_w, slot_stride, obs_count};
   }
 }
 
@@ -161,8 +161,8 @@ sycl::event submit_basic_usm(sycl::queue& queue, const dataset<L, T*>& data, F& 
 }
 
 template <typename T, stats::layout L, typename F, bool WideIndices = true>
-sycl::event submit_basic(sycl::queue& queue, const dataset<L, sycl::buffer<T, 1>>& data,
-                         F& functor, [[maybe_unused]] sycl::buffer<T, 1>* mean = nullptr) {
+sycl::event submit_basic(sycl::queue& queue, const dataset<L, sycl::buffer<T, 1>>& data, F& functor,
+                         [[maybe_unused]] sycl::buffer<T, 1>* mean = nullptr) {
   sycl::buffer<T, 1> dummy_weights{sycl::range<1>(1)};
   sycl::buffer<std::int64_t, 1> dummy_indices{sycl::range<1>(1)};
   auto view = buffer_dataset_helper<WideIndices>(data, dummy_weights, dummy_indices, true);

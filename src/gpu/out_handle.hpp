@@ -8,14 +8,13 @@
 namespace vorlex::orv::stats::detail::gpu {
 
 template <typename T, bool Usm>
-using out_t = std::conditional_t<Usm, T*,
-                                 sycl::accessor<T, 1, sycl::access_mode::read_write,
-                                                sycl::target::device>>;
+using out_t =
+    std::conditional_t<Usm, T*,
+                       sycl::accessor<T, 1, sycl::access_mode::read_write, sycl::target::device>>;
 
 // Scratch is a buffer on both roads of the moment engine, and on the buffer road of min/max.
 template <typename T>
-using scratch_accessor =
-    sycl::accessor<T, 1, sycl::access_mode::read_write, sycl::target::device>;
+using scratch_accessor = sycl::accessor<T, 1, sycl::access_mode::read_write, sycl::target::device>;
 
 // Binds the placeholder accessors among the handles; pointers need nothing.
 template <typename... Handles>

@@ -56,7 +56,8 @@ inline reduction_plan make_plan(std::uint64_t n_obs, std::uint64_t group_size) {
   std::uint8_t half = 0;
   while (cur >= 2) {
     const auto other = static_cast<std::uint8_t>(half ^ 1U);
-    plan.launches.push_back({step_kind::next, group_size, cur, prev % group_size, prev, half, other});
+    plan.launches.push_back(
+        {step_kind::next, group_size, cur, prev % group_size, prev, half, other});
     half = other;
     plan.two_halves = true;
     prev = cur;

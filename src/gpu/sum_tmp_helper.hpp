@@ -23,8 +23,9 @@ template <typename T, bool Usm, bool UserMean>
 class sum_tmp_helper;
 
 template <typename T, bool Usm>
-using mean_handle = std::conditional_t<
-    Usm, const T*, sycl::accessor<T, 1, sycl::access_mode::read, sycl::target::device>>;
+using mean_handle =
+    std::conditional_t<Usm, const T*,
+                       sycl::accessor<T, 1, sycl::access_mode::read, sycl::target::device>>;
 
 // Where a step's two halves start; all zero in a plan without intermediate steps.
 struct scratch_halves {
@@ -57,8 +58,7 @@ class running_sums {
       const std::uint64_t at =
           self.halves.load_upper * self.halves.weights_size + item.get_group(0) * group_size;
       group_copy(item, blocks + self.slot_w * group_size, device_pointer(self.sum_w) + at, count);
-      group_copy(item, blocks + self.slot_w2 * group_size, device_pointer(self.sum_w2) + at,
-                 count);
+      group_copy(item, blocks + self.slot_w2 * group_size, device_pointer(self.sum_w2) + at, count);
     }
     if (is_tail(item, remainder)) {
       const std::uint64_t l = item.get_local_id(0);
@@ -231,9 +231,9 @@ class sum_tmp_helper<T, Usm, true> : public running_sums<sum_tmp_helper<T, Usm, 
   static constexpr bool user_mean = true;
 
   sum_tmp_helper(sycl::buffer<T, 1>& sums_buffer, sycl::buffer<T, 1>& sum_w_buffer,
-                 sycl::buffer<T, 1>& sum_w2_buffer, mean_handle<T, Usm> mean,
-                 std::uint8_t keep_s3, std::uint8_t keep_s4, std::uint8_t weights,
-                 std::uint64_t stride, std::uint64_t count)
+                 sycl::buffer<T, 1>& sum_w2_buffer, mean_handle<T, Usm> mean, std::uint8_t keep_s3,
+                 std::uint8_t keep_s4, std::uint8_t weights, std::uint64_t stride,
+                 std::uint64_t count)
       : sums(sums_buffer),
         mean_in(mean),
         sum_w(sum_w_buffer),
@@ -254,8 +254,9 @@ class sum_tmp_helper<T, Usm, true> : public running_sums<sum_tmp_helper<T, Usm, 
                                         std::uint64_t remainder, bool first) const {
     const std::uint64_t at = dim * item.get_group_range(0) + item.get_group(0);
     T* out = device_pointer(sums);
-    const T e =
-        is_tail(item, remainder) ? T(0) : local[item.get_local_id(0)] - device_pointer(mean_in)[dim];
+    const T e = is_tail(item, remainder)
+                    ? T(0)
+                    : local[item.get_local_id(0)] - device_pointer(mean_in)[dim];
     const T t2 = (e * weight) * e;
     this->store(item, out + at, t2);
     if (has_s3) {

@@ -14,8 +14,9 @@
 namespace vorlex::orv::stats::detail {
 
 template <typename T, bool Usm>
-using data_handle = std::conditional_t<
-    Usm, const T*, sycl::accessor<T, 1, sycl::access_mode::read, sycl::target::device>>;
+using data_handle =
+    std::conditional_t<Usm, const T*,
+                       sycl::accessor<T, 1, sycl::access_mode::read, sycl::target::device>>;
 
 template <typename T, stats::layout L, bool Usm, bool WideIndices>
 struct dataset_helper {

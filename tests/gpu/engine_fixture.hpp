@@ -239,14 +239,11 @@ struct config {
   static constexpr bool usm = Usm;
 };
 
-using all_configs =
-    ::testing::Types<config<float, layout::row_major, true>, config<float, layout::col_major, true>,
-                     config<float, layout::row_major, false>,
-                     config<float, layout::col_major, false>,
-                     config<double, layout::row_major, true>,
-                     config<double, layout::col_major, true>,
-                     config<double, layout::row_major, false>,
-                     config<double, layout::col_major, false>>;
+using all_configs = ::testing::Types<
+    config<float, layout::row_major, true>, config<float, layout::col_major, true>,
+    config<float, layout::row_major, false>, config<float, layout::col_major, false>,
+    config<double, layout::row_major, true>, config<double, layout::col_major, true>,
+    config<double, layout::row_major, false>, config<double, layout::col_major, false>>;
 
 // Observations of `dims` dimensions in L's storage from a generator of one dimension's values.
 template <typename T, layout L, typename Generate>

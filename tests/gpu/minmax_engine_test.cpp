@@ -47,7 +47,7 @@ class MinMaxEngine : public ::testing::Test {
         }
         const bool is_min = k % 2 == 0;
         const Value expected = is_min ? floored_min(static_cast<Value>(reference[d].min))
-                                  : floored_max(static_cast<Value>(reference[d].max));
+                                      : floored_max(static_cast<Value>(reference[d].max));
         EXPECT_TRUE(same_bits(value, expected))
             << what << (is_min ? " min " : " max ") << "of output " << k << " dimension " << d
             << ": " << value << " expected " << expected;
@@ -56,8 +56,12 @@ class MinMaxEngine : public ::testing::Test {
   }
 
   // The engine's floors: a result never passes the identity of its half, and NaN gives it.
-  static Value floored_min(Value r) { return r < gpu::IDENT_MIN<Value> ? r : gpu::IDENT_MIN<Value>; }
-  static Value floored_max(Value r) { return r > gpu::IDENT_MAX<Value> ? r : gpu::IDENT_MAX<Value>; }
+  static Value floored_min(Value r) {
+    return r < gpu::IDENT_MIN<Value> ? r : gpu::IDENT_MIN<Value>;
+  }
+  static Value floored_max(Value r) {
+    return r > gpu::IDENT_MAX<Value> ? r : gpu::IDENT_MAX<Value>;
+  }
 
   static problem<Value, Storage> normal(std::size_t dims, std::size_t n) {
     return make_problem<Value, Storage>(dims, n, [n](std::size_t d) {

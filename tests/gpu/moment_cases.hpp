@@ -16,7 +16,9 @@ struct expected_value {
   quad scale;
 };
 
-inline quad spread(const dimension_reference& r) { return test::sqrt_quad(r.C2 / r.W); }
+inline quad spread(const dimension_reference& r) {
+  return test::sqrt_quad(r.C2 / r.W);
+}
 inline expected_value c3_of(const dimension_reference& r) {
   return {r.C3, spread(r) * spread(r) * spread(r) * r.W};
 }
@@ -26,13 +28,19 @@ inline expected_value moment3_of(const dimension_reference& r) {
 
 // The fast functors expand raw power sums into central ones, so their error follows the raw
 // sums (orders 2, 3, 4), however small the central result.
-inline quad abs_quad(quad x) { return x < 0 ? -x : x; }
-inline quad raw_size2(const dimension_reference& r) { return r.S2; }
+inline quad abs_quad(quad x) {
+  return x < 0 ? -x : x;
+}
+inline quad raw_size2(const dimension_reference& r) {
+  return r.S2;
+}
 inline quad raw_size3(const dimension_reference& r) {
   const quad rms_cubed = r.S2 * test::sqrt_quad(r.S2 / r.W);
   return abs_quad(r.S3) > rms_cubed ? abs_quad(r.S3) : rms_cubed;
 }
-inline quad raw_size4(const dimension_reference& r) { return r.S4; }
+inline quad raw_size4(const dimension_reference& r) {
+  return r.S4;
+}
 
 inline std::vector<expected_value> fast_central_sums(const dimension_reference& r) {
   return {{r.C2, raw_size2(r)}, {r.C3, raw_size3(r)}, {r.C4, raw_size4(r)}};

@@ -32,8 +32,8 @@ class MomentEngine : public ::testing::Test {
 
   template <typename Case>
   outputs run(const problem<Value, Storage>& p) {
-    return run_moments<Value, Storage, InUsm>(p, Case::outputs,
-                                  [](const auto& h) { return Case::template make<Value, InUsm>(h); });
+    return run_moments<Value, Storage, InUsm>(
+        p, Case::outputs, [](const auto& h) { return Case::template make<Value, InUsm>(h); });
   }
 
   // Every output of a selected dimension near the reference, every output of a skipped one
@@ -68,7 +68,8 @@ class MomentEngine : public ::testing::Test {
 
   static problem<Value, Storage> skewed(std::size_t dims, std::size_t n, bool weighted) {
     auto p = make_problem<Value, Storage>(dims, n, [n](std::size_t d) {
-      return test::random_skewed<Value>(n, 100 + d, 0.5 * static_cast<double>(d), 1.0 + static_cast<double>(d));
+      return test::random_skewed<Value>(n, 100 + d, 0.5 * static_cast<double>(d),
+                                        1.0 + static_cast<double>(d));
     });
     if (weighted) {
       p.weights = test::random_uniform<Value>(n, 7, 0.25, 2.0);
@@ -191,9 +192,8 @@ TYPED_TEST(MomentEngine, SelectionsWithGaps) {
 TYPED_TEST(MomentEngine, EqualObservations) {
   using T = typename TestFixture::Value;
   const std::size_t n = 2 * device_group_size() + 3;
-  auto p = make_problem<T, TestFixture::Storage>(1, n, [n](std::size_t) {
-    return std::vector<T>(n, T(3));
-  });
+  auto p = make_problem<T, TestFixture::Storage>(
+      1, n, [n](std::size_t) { return std::vector<T>(n, T(3)); });
   EXPECT_EQ(this->template run<central_moment_case>(p)[0][0], 0.0);
   EXPECT_TRUE(std::isnan(this->template run<skewness_case>(p)[0][0]));
   EXPECT_TRUE(std::isnan(this->template run<kurtosis_case>(p)[0][0]));
@@ -203,9 +203,8 @@ TYPED_TEST(MomentEngine, EqualObservations) {
 // One observation: exact mean and raw sums, a variance with a zero denominator.
 TYPED_TEST(MomentEngine, OneObservation) {
   using T = typename TestFixture::Value;
-  auto p = make_problem<T, TestFixture::Storage>(2, 1, [](std::size_t d) {
-    return std::vector<T>{T(1.5) + static_cast<T>(d)};
-  });
+  auto p = make_problem<T, TestFixture::Storage>(
+      2, 1, [](std::size_t d) { return std::vector<T>{T(1.5) + static_cast<T>(d)}; });
   const outputs sums = this->template run<raw_sum_case>(p);
   EXPECT_EQ(sums[0][1], 2.5);
   EXPECT_EQ(sums[3][1], 2.5 * 2.5 * 2.5 * 2.5);
@@ -268,9 +267,8 @@ TYPED_TEST(MomentEngine, UnwantedOutputsUntouched) {
 template <typename T, layout L>
 void check_narrow_selection() {
   const std::size_t n = long_plan_size();
-  auto p = make_problem<T, L>(5, n, [n](std::size_t d) {
-    return test::random_skewed<T>(n, 300 + d);
-  });
+  auto p =
+      make_problem<T, L>(5, n, [n](std::size_t d) { return test::random_skewed<T>(n, 300 + d); });
   p.weights = test::random_uniform<T>(n, 9, 0.5, 1.5);
   p.narrow_selection = {0, -2, 0, 1, 7};
   const auto reference = p.reference();

@@ -98,8 +98,7 @@ TEST(SumTmpHelper, SlotsArePacked) {
   sycl::buffer<double, 1> sums{sycl::range<1>(1)};
   sycl::buffer<double, 1> sum_w{sycl::range<1>(1)};
   sycl::buffer<double, 1> sum_w2{sycl::range<1>(1)};
-  const gpu::sum_tmp_helper<double, true, false> third_only(sums, sum_w, sum_w2, 0, 1, 0, 1, 10,
-                                                            5);
+  const gpu::sum_tmp_helper<double, true, false> third_only(sums, sum_w, sum_w2, 0, 1, 0, 1, 10, 5);
   EXPECT_EQ(third_only.slot_s3, 1U);
   EXPECT_EQ(third_only.slot_w, 2U);
   EXPECT_EQ(third_only.slot_w2, 3U);
@@ -112,8 +111,8 @@ TEST(SumTmpHelper, SlotsArePacked) {
   EXPECT_EQ(all.obs_count, 5U);
   // Around a mean S2 is slot 0; kurtosis keeps S4 alone, in slot 1.
   const double mean[] = {0};
-  const gpu::sum_tmp_helper<double, true, true> fourth_only(sums, sum_w, sum_w2, mean, 0, 1, 1,
-                                                            10, 5);
+  const gpu::sum_tmp_helper<double, true, true> fourth_only(sums, sum_w, sum_w2, mean, 0, 1, 1, 10,
+                                                            5);
   EXPECT_EQ(fourth_only.slot_s4, 1U);
   EXPECT_EQ(fourth_only.slot_w, 2U);
   EXPECT_EQ(fourth_only.slot_w2, 3U);
