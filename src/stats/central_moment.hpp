@@ -13,6 +13,7 @@ struct central_moment_row {
   static constexpr absent_texts absent[] = {
       {"all moments are nullptr", "all moments arrays length is 0"}};
   static constexpr gpu_engine engine = gpu_engine::moments;
+  using cpu_frame = cpu::central_moment_frame;
   template <typename T, bool Usm>
   using gpu_functor = gpu::central_moment_func_fast<T, Usm>;
   template <typename T, bool Usm>

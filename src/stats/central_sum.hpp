@@ -12,6 +12,7 @@ struct central_sum_row {
   static constexpr absent_texts absent[] = {
       {"all sums are nullptr", "all sums arrays length is 0"}};
   static constexpr gpu_engine engine = gpu_engine::moments;
+  using cpu_frame = cpu::central_sum_frame;
   template <typename T, bool Usm>
   using gpu_functor = gpu::central_sum_func_fast<T, Usm>;
   template <typename T, bool Usm>

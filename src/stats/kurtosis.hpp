@@ -11,6 +11,7 @@ struct kurtosis_row {
   static constexpr output_rule outputs = output_rule::each_required;
   static constexpr absent_texts absent[] = {{"kurtosis is nullptr", "kurtosis array length is 0"}};
   static constexpr gpu_engine engine = gpu_engine::moments;
+  using cpu_frame = cpu::kurtosis_frame;
   template <typename T, bool Usm>
   using gpu_functor = gpu::kurtosis_func_fast<T, Usm>;
   template <typename T, bool Usm>

@@ -11,6 +11,7 @@ struct max_row {
   static constexpr output_rule outputs = output_rule::each_required;
   static constexpr absent_texts absent[] = {{"max is nullptr", "max array length is 0"}};
   static constexpr gpu_engine engine = gpu_engine::extremes;
+  using cpu_frame = cpu::max_frame;
   template <typename T, bool Usm>
   using gpu_functor = gpu::max_func_fast<T, Usm>;
 };

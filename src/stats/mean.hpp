@@ -11,6 +11,7 @@ struct mean_row {
   static constexpr output_rule outputs = output_rule::each_required;
   static constexpr absent_texts absent[] = {{"mean is nullptr", "mean array length is 0"}};
   static constexpr gpu_engine engine = gpu_engine::moments;
+  using cpu_frame = cpu::mean_frame;
   template <typename T, bool Usm>
   using gpu_functor = gpu::mean_func<T, Usm>;
 };

@@ -11,6 +11,7 @@ struct min_row {
   static constexpr output_rule outputs = output_rule::each_required;
   static constexpr absent_texts absent[] = {{"min is nullptr", "min array length is 0"}};
   static constexpr gpu_engine engine = gpu_engine::extremes;
+  using cpu_frame = cpu::min_frame;
   template <typename T, bool Usm>
   using gpu_functor = gpu::min_func_fast<T, Usm>;
 };

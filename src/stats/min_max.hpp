@@ -12,6 +12,7 @@ struct min_max_row {
   static constexpr absent_texts absent[] = {{"min is nullptr", "min array length is 0"},
                                             {"max is nullptr", "max array length is 0"}};
   static constexpr gpu_engine engine = gpu_engine::extremes;
+  using cpu_frame = cpu::min_max_frame;
   template <typename T, bool Usm>
   using gpu_functor = gpu::min_max_func_fast<T, Usm>;
 };

@@ -5,6 +5,7 @@
 //   name                       the statistic's name, the function of every exception it throws
 //   outputs, absent[]          the output rule and the texts of its checks
 //   engine                     the GPU engine that computes it
+//   cpu_frame                  the CPU engine's frame of it (detail::cpu)
 //   gpu_functor<T, Usm>        the GPU functor of the plain form
 //   gpu_functor_user_mean<T, Usm>   the GPU functor of the form with the caller's mean, if any
 #pragma once

@@ -12,6 +12,7 @@ struct variation_row {
   static constexpr absent_texts absent[] = {
       {"variation is nullptr", "variation array length is 0"}};
   static constexpr gpu_engine engine = gpu_engine::moments;
+  using cpu_frame = cpu::variation_frame;
   template <typename T, bool Usm>
   using gpu_functor = gpu::variation_func_fast<T, Usm>;
   template <typename T, bool Usm>
