@@ -35,13 +35,22 @@ constexpr const char* message_771 =
     "tessel: fatal error 771: the estimator module could not be loaded from "
     "'/nonexistent/libtessel_estimator.so'";
 
-// Three first calls, each into an entry of another kind.
+// First calls into entries of every kind: the engine built into this test, and the library.
 void first_call_to_new_task() {
   sycl::queue queue{sycl::cpu_selector_v};
   std::vector<float> x(4, 1.0f);
   float mean = 0;
   cpu::mean_frame::usm<fast, float, row>(queue, nullptr, st::dataset<row, float*>(1, 4, x.data()),
                                          {}, &mean)
+      .wait();
+}
+
+void first_call_through_the_library() {
+  sycl::queue queue{sycl::cpu_selector_v};
+  std::vector<double> x(6, 1.0);
+  std::vector<double> kurtosis(2);
+  st::kurtosis<fast, double, st::layout::col_major>(
+      queue, st::dataset<st::layout::col_major, double*>(2, 3, x.data()), kurtosis.data())
       .wait();
 }
 
@@ -63,8 +72,8 @@ void first_call_to_delete_task() {
 }
 
 TEST_F(BindingExit, MissingModuleEndsTheProcessWhicheverEntryComesFirst) {
-  for (void (*first_call)() :
-       {&first_call_to_new_task, &first_call_to_a_stage, &first_call_to_delete_task}) {
+  for (void (*first_call)() : {&first_call_to_new_task, &first_call_through_the_library,
+                               &first_call_to_a_stage, &first_call_to_delete_task}) {
     EXPECT_EXIT(
         {
           setenv("TESSEL_ESTIMATOR_MODULE", missing_module, 1);
@@ -75,8 +84,8 @@ TEST_F(BindingExit, MissingModuleEndsTheProcessWhicheverEntryComesFirst) {
   }
 }
 
-// Every statistic of T on a small matrix of known extremes and mean, through the frames; false
-// if a result is not what it must be.
+// Every statistic of T on a small matrix of known extremes and mean, through the library's
+// entries (and so the library's own binding); false if a result is not what it must be.
 template <typename T>
 bool every_statistic_works(sycl::queue& queue, bool extremes) {
   constexpr std::int64_t dims = 2, count = 5;
@@ -84,36 +93,27 @@ bool every_statistic_works(sycl::queue& queue, bool extremes) {
   const st::dataset<row, T*> data(dims, count, x.data());
   std::vector<T> a(dims), b(dims), c(dims), d(dims), m = {4, -4};
   bool ok = true;
-  cpu::mean_frame::usm<fast, T, row>(queue, nullptr, data, {}, a.data()).wait();
+  st::mean<fast, T, row>(queue, data, a.data()).wait();
   ok = ok && a[0] == T(4) && a[1] == T(-4);
-  cpu::raw_sum_frame::usm<fast, T, row>(queue, nullptr, data, {}, a.data(), b.data(), c.data(),
-                                        d.data())
-      .wait();
+  st::raw_sum<fast, T, row>(queue, data, a.data(), b.data(), c.data(), d.data()).wait();
   ok = ok && a[0] == T(20) && b[1] == T(130);
-  cpu::raw_moment_frame::usm<fast, T, row>(queue, nullptr, data, {}, a.data(), b.data(), c.data(),
-                                           d.data())
-      .wait();
+  st::raw_moment<fast, T, row>(queue, data, a.data(), b.data(), c.data(), d.data()).wait();
   ok = ok && b[0] == T(26);
-  cpu::central_sum_frame::usm<fast, T, row>(queue, nullptr, data, {}, a.data(), b.data(), d.data())
-      .wait();
+  st::central_sum<fast, T, row>(queue, data, a.data(), b.data(), d.data()).wait();
   ok = ok && a[0] == T(50) && b[1] == T(-180);
-  cpu::central_sum_frame::usm<st::method::estimator, T, row>(queue, nullptr, data, {}, a.data(),
-                                                             nullptr, nullptr)
-      .wait();
+  st::central_sum<st::method::estimator, T, row>(queue, data, a.data(), nullptr, nullptr).wait();
   ok = ok && a[1] == T(50);
-  cpu::central_moment_frame::usm<fast, T, row>(queue, m.data(), data, {}, a.data(), b.data(),
-                                               c.data())
-      .wait();
+  st::central_moment<fast, T, row>(queue, m.data(), data, a.data(), b.data(), c.data()).wait();
   ok = ok && std::fabs(a[0] - T(12.5)) < T(1e-4);
-  cpu::variation_frame::usm<fast, T, row>(queue, nullptr, data, {}, a.data()).wait();
-  cpu::skewness_frame::usm<fast, T, row>(queue, nullptr, data, {}, b.data()).wait();
-  cpu::kurtosis_frame::usm<fast, T, row>(queue, nullptr, data, {}, c.data()).wait();
+  st::variation<fast, T, row>(queue, data, a.data()).wait();
+  st::skewness<fast, T, row>(queue, data, b.data()).wait();
+  st::kurtosis<fast, T, row>(queue, data, c.data()).wait();
   ok = ok && a[0] > T(0) && b[0] > T(0) && b[1] < T(0) && std::isfinite(c[0]);
   if (extremes) {
-    cpu::min_frame::usm<fast, T, row>(queue, nullptr, data, {}, a.data()).wait();
-    cpu::max_frame::usm<fast, T, row>(queue, nullptr, data, {}, b.data()).wait();
+    st::min<fast, T, row>(queue, data, a.data()).wait();
+    st::max<fast, T, row>(queue, data, b.data()).wait();
     ok = ok && a[0] == T(1) && a[1] == T(-10) && b[0] == T(10) && b[1] == T(-1);
-    cpu::min_max_frame::usm<fast, T, row>(queue, nullptr, data, {}, c.data(), d.data()).wait();
+    st::min_max<fast, T, row>(queue, data, c.data(), d.data()).wait();
     ok = ok && c[1] == T(-10) && d[1] == T(-1);
   }
   return ok;
@@ -132,11 +132,11 @@ void compute_until_double_extreme(int extreme) {
   double low = 0, high = 0;
   const st::dataset<row, double*> data(1, 3, x.data());
   if (extreme == 0) {
-    cpu::min_frame::usm<fast, double, row>(queue, nullptr, data, {}, &low).wait();
+    st::min<fast, double, row>(queue, data, &low).wait();
   } else if (extreme == 1) {
-    cpu::max_frame::usm<fast, double, row>(queue, nullptr, data, {}, &high).wait();
+    st::max<fast, double, row>(queue, data, &high).wait();
   } else {
-    cpu::min_max_frame::usm<fast, double, row>(queue, nullptr, data, {}, &low, &high).wait();
+    st::min_max<fast, double, row>(queue, data, &low, &high).wait();
   }
 }
 
