@@ -230,14 +230,6 @@ void check_case(const describe_case& param) {
     EXPECT_EQ(run.out, "");
     return;
   }
-  if (device == "cpu" && run.status == 1 && run.err.find("unimplemented") != std::string::npos) {
-    // Until the library computes on CPU queues: one clean line, nothing on stdout.
-    EXPECT_EQ(run.err,
-              "tessel: vorlex::orv::stats::mean: unimplemented functionality: for this "
-              "device\n");
-    EXPECT_EQ(run.out, "");
-    return;
-  }
   ASSERT_EQ(run.status, 0) << run.err;
   EXPECT_EQ(run.err, "");
   const json document = json::parse(run.out);
