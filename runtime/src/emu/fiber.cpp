@@ -58,7 +58,8 @@ fiber_stack_pool::~fiber_stack_pool() {
   auto allocator = stack_allocator();
   for (fiber_stack* s : all_) {
 #if defined(TESSEL_SANITIZE_THREAD)
-    __tsan_destroy_fiber(s->tsan_fiber);
+    if (s->tsan_fiber != nullptr)
+      __tsan_destroy_fiber(s->tsan_fiber);
 #endif
     allocator.deallocate(s->stack);
     delete s;
@@ -74,9 +75,6 @@ fiber_stack* fiber_stack_pool::acquire() {
   all_.reserve(all_.size() + 1);
   free_.reserve(all_.size() + 1);
   auto* s = new fiber_stack{stack_allocator().allocate(), nullptr};
-#if defined(TESSEL_SANITIZE_THREAD)
-  s->tsan_fiber = __tsan_create_fiber(0);
-#endif
   all_.push_back(s);
   return s;
 }
@@ -87,6 +85,13 @@ void make_fiber(fiber_context& ctx, fiber_stack& stack, fiber_entry entry) {
   ctx.stack_bottom = top - stack.stack.size + guard;
   ctx.stack_size = stack.stack.size - guard;
   ctx.fake_stack = nullptr;
+#if defined(TESSEL_SANITIZE_THREAD)
+  // A fiber that has exited keeps the shadow frames that never returned;
+  // reusing it would grow its shadow stack with every start until it overflows.
+  if (stack.tsan_fiber != nullptr)
+    __tsan_destroy_fiber(stack.tsan_fiber);
+  stack.tsan_fiber = __tsan_create_fiber(0);
+#endif
   ctx.tsan_fiber = stack.tsan_fiber;
   ctx.fctx = fctx::make_fcontext(top, stack.stack.size - guard, entry);
 }

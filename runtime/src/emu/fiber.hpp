@@ -20,7 +20,7 @@ struct fiber_context {
   void* tsan_fiber = nullptr;  // ThreadSanitizer's fiber (or the thread's own)
 };
 
-// A stack with a guard page, and the sanitizer fiber that lives on it.
+// A stack with a guard page, and the sanitizer fiber of the fiber last started on it.
 struct fiber_stack {
   boost::context::stack_context stack;
   void* tsan_fiber = nullptr;
