@@ -9,7 +9,6 @@
 #include <cstdint>
 #include <vorlex/orv/stats.hpp>
 
-#include "common/device_callable.hpp"
 #include "gpu/device_memory.hpp"
 #include "gpu/kernel_capture.hpp"
 #include "gpu/sum_tmp_helper.hpp"

@@ -7,35 +7,30 @@
 
 #include <cstdint>
 
-#include "common/device_callable.hpp"
-
 namespace vorlex::orv::stats::detail::gpu {
 
 template <typename T>
-TESSEL_DEVICE_CALLABLE inline T* device_pointer(T* pointer) {
+inline T* device_pointer(T* pointer) {
   return pointer;
 }
 
 template <typename T, sycl::access_mode Mode>
-TESSEL_DEVICE_CALLABLE inline auto device_pointer(
-    const sycl::accessor<T, 1, Mode, sycl::target::device>& accessor) {
+inline auto device_pointer(const sycl::accessor<T, 1, Mode, sycl::target::device>& accessor) {
   return accessor.template get_multi_ptr<sycl::access::decorated::no>().get();
 }
 
 // Local blocks are addressed from the accessor's base: a next step reads one block past its
 // request (the weights' second block), which lies inside the group's local memory.
 template <typename T>
-TESSEL_DEVICE_CALLABLE inline T* local_pointer(const sycl::local_accessor<T, 1>& local) {
+inline T* local_pointer(const sycl::local_accessor<T, 1>& local) {
   return local.template get_multi_ptr<sycl::access::decorated::no>().get();
 }
 
 // Starts a group copy of count consecutive elements from global to local memory. Every
 // work-item of the group calls it with the same arguments.
 template <typename T>
-TESSEL_DEVICE_CALLABLE inline sycl::device_event start_group_copy(const sycl::nd_item<1>& item,
-                                                                  T* local_destination,
-                                                                  const T* global_source,
-                                                                  std::uint64_t count) {
+inline sycl::device_event start_group_copy(const sycl::nd_item<1>& item, T* local_destination,
+                                           const T* global_source, std::uint64_t count) {
   auto destination = sycl::address_space_cast<sycl::access::address_space::local_space,
                                               sycl::access::decorated::yes>(local_destination);
   auto source = sycl::address_space_cast<sycl::access::address_space::global_space,
@@ -44,34 +39,32 @@ TESSEL_DEVICE_CALLABLE inline sycl::device_event start_group_copy(const sycl::nd
 }
 
 template <typename T>
-TESSEL_DEVICE_CALLABLE inline void group_copy(const sycl::nd_item<1>& item, T* local_destination,
-                                              const T* global_source, std::uint64_t count) {
+inline void group_copy(const sycl::nd_item<1>& item, T* local_destination, const T* global_source,
+                       std::uint64_t count) {
   start_group_copy(item, local_destination, global_source, count).wait();
 }
 
 // A work-item past the end of the data: in the last of group_count groups and at or beyond
 // remainder. In unsigned arithmetic remainder 0 wraps, so a full last group has no tail.
-TESSEL_DEVICE_CALLABLE inline bool is_tail(const sycl::nd_item<1>& item, std::uint64_t group_count,
-                                           std::uint64_t remainder) {
+inline bool is_tail(const sycl::nd_item<1>& item, std::uint64_t group_count,
+                    std::uint64_t remainder) {
   return item.get_group(0) == group_count - 1 &&
          remainder - 1 < static_cast<std::uint64_t>(item.get_local_id(0));
 }
 
-TESSEL_DEVICE_CALLABLE inline bool is_tail(const sycl::nd_item<1>& item, std::uint64_t remainder) {
+inline bool is_tail(const sycl::nd_item<1>& item, std::uint64_t remainder) {
   return is_tail(item, item.get_group_range(0), remainder);
 }
 
 // Elements that a group's block copy moves: a whole group, or the valid part of the last one,
 // so that no copy reads past the end of a run or of the data.
-TESSEL_DEVICE_CALLABLE inline std::uint64_t valid_count(const sycl::nd_item<1>& item,
-                                                        std::uint64_t group_count,
-                                                        std::uint64_t remainder) {
+inline std::uint64_t valid_count(const sycl::nd_item<1>& item, std::uint64_t group_count,
+                                 std::uint64_t remainder) {
   const bool last_group = item.get_group(0) == group_count - 1;
   return last_group && remainder != 0 ? remainder : item.get_local_range(0);
 }
 
-TESSEL_DEVICE_CALLABLE inline std::uint64_t valid_count(const sycl::nd_item<1>& item,
-                                                        std::uint64_t remainder) {
+inline std::uint64_t valid_count(const sycl::nd_item<1>& item, std::uint64_t remainder) {
   return valid_count(item, item.get_group_range(0), remainder);
 }
 

@@ -7,7 +7,6 @@
 #include <cstdint>
 #include <limits>
 
-#include "common/device_callable.hpp"
 #include "gpu/out_handle.hpp"
 
 namespace vorlex::orv::stats::detail::gpu {
@@ -34,7 +33,7 @@ class min_func_fast : public extremes_functor_kind<T, Usm, true, false> {
   static constexpr const char* name = "min";
   explicit min_func_fast(out_t<T, Usm> min) : min_(min) {}
   void require(sycl::handler& cgh) const { require_all(cgh, min_); }
-  TESSEL_DEVICE_CALLABLE void store_min(std::uint64_t dim, T value) const { min_[dim] = value; }
+  void store_min(std::uint64_t dim, T value) const { min_[dim] = value; }
 
  private:
   out_t<T, Usm> min_;
@@ -46,7 +45,7 @@ class max_func_fast : public extremes_functor_kind<T, Usm, false, true> {
   static constexpr const char* name = "max";
   explicit max_func_fast(out_t<T, Usm> max) : max_(max) {}
   void require(sycl::handler& cgh) const { require_all(cgh, max_); }
-  TESSEL_DEVICE_CALLABLE void store_max(std::uint64_t dim, T value) const { max_[dim] = value; }
+  void store_max(std::uint64_t dim, T value) const { max_[dim] = value; }
 
  private:
   out_t<T, Usm> max_;
@@ -58,8 +57,8 @@ class min_max_func_fast : public extremes_functor_kind<T, Usm, true, true> {
   static constexpr const char* name = "min_max";
   min_max_func_fast(out_t<T, Usm> min, out_t<T, Usm> max) : min_(min), max_(max) {}
   void require(sycl::handler& cgh) const { require_all(cgh, min_, max_); }
-  TESSEL_DEVICE_CALLABLE void store_min(std::uint64_t dim, T value) const { min_[dim] = value; }
-  TESSEL_DEVICE_CALLABLE void store_max(std::uint64_t dim, T value) const { max_[dim] = value; }
+  void store_min(std::uint64_t dim, T value) const { min_[dim] = value; }
+  void store_max(std::uint64_t dim, T value) const { max_[dim] = value; }
 
  private:
   out_t<T, Usm> min_;

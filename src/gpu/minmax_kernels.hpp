@@ -13,7 +13,6 @@
 #include <type_traits>
 #include <vorlex/orv/stats.hpp>
 
-#include "common/device_callable.hpp"
 #include "gpu/device_memory.hpp"
 #include "gpu/kernel_capture.hpp"
 #include "gpu/minmax_functors.hpp"
@@ -44,54 +43,54 @@ using halves_of = extreme_pair<V, F::has_min, F::has_max>;
 
 struct min_half {
   template <typename Pair>
-  TESSEL_DEVICE_CALLABLE static auto& of(Pair& pair) {
+  static auto& of(Pair& pair) {
     return pair.min;
   }
   template <typename T>
-  TESSEL_DEVICE_CALLABLE static T identity() {
+  static T identity() {
     return IDENT_MIN<T>;
   }
   template <typename T>
-  TESSEL_DEVICE_CALLABLE static T reduce(const sycl::group<1>& group, T value) {
+  static T reduce(const sycl::group<1>& group, T value) {
     return sycl::reduce_over_group(group, value, sycl::minimum<T>());
   }
   // A NaN result fails the comparison and gives the identity.
   template <typename T>
-  TESSEL_DEVICE_CALLABLE static T floor(T result) {
+  static T floor(T result) {
     return result < IDENT_MIN<T> ? result : IDENT_MIN<T>;
   }
   template <typename F, typename T>
-  TESSEL_DEVICE_CALLABLE static void store(const F& functor, std::uint64_t dim, T value) {
+  static void store(const F& functor, std::uint64_t dim, T value) {
     functor.store_min(dim, value);
   }
 };
 
 struct max_half {
   template <typename Pair>
-  TESSEL_DEVICE_CALLABLE static auto& of(Pair& pair) {
+  static auto& of(Pair& pair) {
     return pair.max;
   }
   template <typename T>
-  TESSEL_DEVICE_CALLABLE static T identity() {
+  static T identity() {
     return IDENT_MAX<T>;
   }
   template <typename T>
-  TESSEL_DEVICE_CALLABLE static T reduce(const sycl::group<1>& group, T value) {
+  static T reduce(const sycl::group<1>& group, T value) {
     return sycl::reduce_over_group(group, value, sycl::maximum<T>());
   }
   template <typename T>
-  TESSEL_DEVICE_CALLABLE static T floor(T result) {
+  static T floor(T result) {
     return result > IDENT_MAX<T> ? result : IDENT_MAX<T>;
   }
   template <typename F, typename T>
-  TESSEL_DEVICE_CALLABLE static void store(const F& functor, std::uint64_t dim, T value) {
+  static void store(const F& functor, std::uint64_t dim, T value) {
     functor.store_max(dim, value);
   }
 };
 
 // The min half first, then the max half.
 template <typename F, typename Op>
-TESSEL_DEVICE_CALLABLE void for_each_half(Op&& op) {
+void for_each_half(Op&& op) {
   if constexpr (F::has_min) {
     op(min_half{});
   }
@@ -127,7 +126,7 @@ struct minmax_kernel_types {
 
 // Reduces one half over the group; work-item 0 stores the floored result.
 template <typename Half, typename T, typename Store>
-TESSEL_DEVICE_CALLABLE void reduce_half(const sycl::nd_item<1>& item, T value, Store&& store) {
+void reduce_half(const sycl::nd_item<1>& item, T value, Store&& store) {
   const T result = Half::reduce(item.get_group(), value);
   if (item.get_local_id(0) == 0) {
     store(Half::floor(result));
@@ -137,8 +136,8 @@ TESSEL_DEVICE_CALLABLE void reduce_half(const sycl::nd_item<1>& item, T value, S
 // Copies count elements into each half's block, source(half) giving where from. Both copies of
 // min_max start before either is waited for.
 template <typename F, typename Blocks, typename Source>
-TESSEL_DEVICE_CALLABLE void copy_into_blocks(const sycl::nd_item<1>& item, const Blocks& blocks,
-                                             Source&& source, std::uint64_t count) {
+void copy_into_blocks(const sycl::nd_item<1>& item, const Blocks& blocks, Source&& source,
+                      std::uint64_t count) {
   if constexpr (F::has_min && F::has_max) {
     sycl::device_event min_copy =
         start_group_copy(item, local_pointer(blocks.min), source(min_half{}), count);
@@ -155,12 +154,12 @@ TESSEL_DEVICE_CALLABLE void copy_into_blocks(const sycl::nd_item<1>& item, const
 }
 
 template <typename F, typename Blocks, typename T>
-TESSEL_DEVICE_CALLABLE void fill_blocks(const Blocks& blocks, std::uint64_t l, T value) {
+void fill_blocks(const Blocks& blocks, std::uint64_t l, T value) {
   for_each_half<F>([&](auto half) { local_pointer(decltype(half)::of(blocks))[l] = value; });
 }
 
 template <typename F, typename Blocks>
-TESSEL_DEVICE_CALLABLE void fill_identities(const Blocks& blocks, std::uint64_t l) {
+void fill_identities(const Blocks& blocks, std::uint64_t l) {
   for_each_half<F>([&](auto half) {
     using H = decltype(half);
     local_pointer(H::of(blocks))[l] = H::template identity<typename F::value_type>();
@@ -207,8 +206,7 @@ class minmax_kernel_single_step {
 
  private:
   template <typename Half>
-  TESSEL_DEVICE_CALLABLE void finish(const sycl::nd_item<1>& item, Half, std::uint64_t d,
-                                     T value) const {
+  void finish(const sycl::nd_item<1>& item, Half, std::uint64_t d, T value) const {
     reduce_half<Half>(item, value, [&](T result) { Half::store(functor_, d, result); });
   }
 
@@ -270,7 +268,7 @@ class minmax_kernel_first_step {
   }
 
  private:
-  TESSEL_DEVICE_CALLABLE std::uint64_t observation_number(const sycl::nd_item<1>& item) const {
+  std::uint64_t observation_number(const sycl::nd_item<1>& item) const {
     if constexpr (RowLayout) {
       return item.get_group(0) * group_size_ + item.get_local_id(0);
     } else {
@@ -279,8 +277,7 @@ class minmax_kernel_first_step {
   }
 
   template <typename Half>
-  TESSEL_DEVICE_CALLABLE void finish(const sycl::nd_item<1>& item, Half, std::uint64_t d,
-                                     T value) const {
+  void finish(const sycl::nd_item<1>& item, Half, std::uint64_t d, T value) const {
     T* scratch = device_pointer(Half::of(scratch_));
     const std::uint64_t at = d * group_count_ + item.get_group(0);
     reduce_half<Half>(item, value, [&](T result) { scratch[at] = result; });
@@ -354,8 +351,7 @@ class minmax_kernel_next_step {
 
  private:
   template <typename Half>
-  TESSEL_DEVICE_CALLABLE void finish(const sycl::nd_item<1>& item, Half, std::uint64_t d,
-                                     T value) const {
+  void finish(const sycl::nd_item<1>& item, Half, std::uint64_t d, T value) const {
     if constexpr (Last) {
       reduce_half<Half>(item, value, [&](T result) { Half::store(functor_, d, result); });
     } else {

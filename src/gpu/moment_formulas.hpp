@@ -5,31 +5,29 @@
 
 #include <sycl/sycl.hpp>
 
-#include "common/device_callable.hpp"
-
 namespace vorlex::orv::stats::detail::gpu {
 
 // The quantities of the raw sums of one dimension, each made only when first asked for.
 template <typename T>
 class central_terms {
  public:
-  TESSEL_DEVICE_CALLABLE central_terms(T s1, T s2, T s3, T s4, T w, T w2)
+  central_terms(T s1, T s2, T s3, T s4, T w, T w2)
       : s1_(s1), s2_(s2), s3_(s3), s4_(s4), w_(w), w2_(w2) {}
 
-  TESSEL_DEVICE_CALLABLE T mean() const { return s1_ / w_; }
+  T mean() const { return s1_ / w_; }
 
   // Weighted sum of squared deviations.
-  TESSEL_DEVICE_CALLABLE T c2() const {
+  T c2() const {
     const T m = mean();
     const T a = sycl::mad(m * T(-2), s1_, s2_);
     return sycl::mad(w_ * m, m, a);
   }
 
   // Variance with the reliability-weights correction W / (W * W - W2).
-  TESSEL_DEVICE_CALLABLE T variance() const { return corrected_variance(c2(), w_, w2_); }
+  T variance() const { return corrected_variance(c2(), w_, w2_); }
 
   // Weighted sum of cubed deviations.
-  TESSEL_DEVICE_CALLABLE T c3() const {
+  T c3() const {
     const T m = mean();
     const T b = w_ * m;
     const T t = m * T(3);
@@ -37,7 +35,7 @@ class central_terms {
   }
 
   // Weighted sum of fourth powers of deviations.
-  TESSEL_DEVICE_CALLABLE T c4() const {
+  T c4() const {
     const T m = mean();
     const T b = w_ * m;
     const T q = m * T(-4);
@@ -46,7 +44,7 @@ class central_terms {
         sycl::mad((m * q) * m, s1_, sycl::mad((s2_ * T(6)) * m, m, sycl::mad(q, s3_, s4_))));
   }
 
-  TESSEL_DEVICE_CALLABLE static T corrected_variance(T c2, T w, T w2) {
+  static T corrected_variance(T c2, T w, T w2) {
     const T d = sycl::mad(w, w, -w2);
     return c2 * (w / d);
   }
@@ -56,12 +54,12 @@ class central_terms {
 };
 
 template <typename T>
-TESSEL_DEVICE_CALLABLE inline T skewness_of(T c3_over_w, T variance) {
+inline T skewness_of(T c3_over_w, T variance) {
   return c3_over_w / sycl::sqrt((variance * variance) * variance);
 }
 
 template <typename T>
-TESSEL_DEVICE_CALLABLE inline T kurtosis_of(T c4_over_w, T variance) {
+inline T kurtosis_of(T c4_over_w, T variance) {
   return (c4_over_w / (variance * variance)) + T(-3);
 }
 

@@ -7,7 +7,6 @@
 
 #include <cstdint>
 
-#include "common/device_callable.hpp"
 #include "gpu/moment_formulas.hpp"
 #include "gpu/out_handle.hpp"
 
@@ -27,7 +26,7 @@ constexpr std::uint64_t channels_up_to(bool order2, bool order3, bool order4) {
 }
 
 template <typename Helper>
-TESSEL_DEVICE_CALLABLE auto terms_of(const Helper& helper, std::uint64_t dim) {
+auto terms_of(const Helper& helper, std::uint64_t dim) {
   return central_terms(helper.s1(dim), helper.s2(dim), helper.s3(dim), helper.s4(dim),
                        helper.weight_sum(), helper.weight_square_sum());
 }
@@ -47,7 +46,7 @@ class mean_func : public moment_functor_kind<T, Usm, false> {
   std::uint64_t channels() const { return 1; }
   void require(sycl::handler& cgh) const { require_all(cgh, mean_); }
   template <typename Helper>
-  TESSEL_DEVICE_CALLABLE void operator()(const Helper& helper, std::uint64_t dim) const {
+  void operator()(const Helper& helper, std::uint64_t dim) const {
     mean_[dim] = helper.s1(dim) / helper.weight_sum();
   }
 
@@ -71,7 +70,7 @@ class raw_sum_func_fast : public moment_functor_kind<T, Usm, false> {
   std::uint64_t channels() const { return channels_up_to(want2_, want3_, want4_); }
   void require(sycl::handler& cgh) const { require_all(cgh, sum_, sum2_, sum3_, sum4_); }
   template <typename Helper>
-  TESSEL_DEVICE_CALLABLE void operator()(const Helper& helper, std::uint64_t dim) const {
+  void operator()(const Helper& helper, std::uint64_t dim) const {
     sum_[dim] = helper.s1(dim);
     if (want2_) {
       sum2_[dim] = helper.s2(dim);
@@ -95,9 +94,8 @@ class raw_moment_func_fast_base {
   raw_moment_func_fast_base(std::uint8_t wanted2, std::uint8_t wanted3, std::uint8_t wanted4)
       : want2(wanted2), want3(wanted3), want4(wanted4) {}
   template <typename Helper>
-  TESSEL_DEVICE_CALLABLE void operator()(const Helper& helper, std::uint64_t dim, Handle mean,
-                                         Handle raw_moment2, Handle raw_moment3,
-                                         Handle raw_moment4) const {
+  void operator()(const Helper& helper, std::uint64_t dim, Handle mean, Handle raw_moment2,
+                  Handle raw_moment3, Handle raw_moment4) const {
     const T w = helper.weight_sum();
     mean[dim] = helper.s1(dim) / w;
     if (want2) {
@@ -134,7 +132,7 @@ class raw_moment_func_fast : public raw_moment_func_fast_base<T, out_t<T, Usm>>,
     require_all(cgh, mean_, raw_moment2_, raw_moment3_, raw_moment4_);
   }
   template <typename Helper>
-  TESSEL_DEVICE_CALLABLE void operator()(const Helper& helper, std::uint64_t dim) const {
+  void operator()(const Helper& helper, std::uint64_t dim) const {
     base::operator()(helper, dim, mean_, raw_moment2_, raw_moment3_, raw_moment4_);
   }
 
@@ -154,8 +152,8 @@ class central_sum_func_fast_base {
   central_sum_func_fast_base(std::uint8_t wanted3, std::uint8_t wanted4)
       : want3(wanted3), want4(wanted4) {}
   template <typename Helper>
-  TESSEL_DEVICE_CALLABLE void operator()(const Helper& helper, std::uint64_t dim, Handle sum2,
-                                         Handle sum3, Handle sum4) const {
+  void operator()(const Helper& helper, std::uint64_t dim, Handle sum2, Handle sum3,
+                  Handle sum4) const {
     const auto terms = terms_of(helper, dim);
     sum2[dim] = terms.c2();
     if (want3) {
@@ -182,7 +180,7 @@ class central_sum_func_fast : public central_sum_func_fast_base<T, out_t<T, Usm>
   std::uint64_t channels() const { return channels_up_to(true, this->want3, this->want4); }
   void require(sycl::handler& cgh) const { require_all(cgh, sum2_, sum3_, sum4_); }
   template <typename Helper>
-  TESSEL_DEVICE_CALLABLE void operator()(const Helper& helper, std::uint64_t dim) const {
+  void operator()(const Helper& helper, std::uint64_t dim) const {
     base::operator()(helper, dim, sum2_, sum3_, sum4_);
   }
 
@@ -196,8 +194,8 @@ class central_moment_func_fast_base {
   central_moment_func_fast_base(std::uint8_t wanted3, std::uint8_t wanted4)
       : want3(wanted3), want4(wanted4) {}
   template <typename Helper>
-  TESSEL_DEVICE_CALLABLE void operator()(const Helper& helper, std::uint64_t dim, Handle moment2,
-                                         Handle moment3, Handle moment4) const {
+  void operator()(const Helper& helper, std::uint64_t dim, Handle moment2, Handle moment3,
+                  Handle moment4) const {
     const auto terms = terms_of(helper, dim);
     const T w = helper.weight_sum();
     moment2[dim] = terms.variance();
@@ -225,7 +223,7 @@ class central_moment_func_fast : public central_moment_func_fast_base<T, out_t<T
   std::uint64_t channels() const { return channels_up_to(true, this->want3, this->want4); }
   void require(sycl::handler& cgh) const { require_all(cgh, moment2_, moment3_, moment4_); }
   template <typename Helper>
-  TESSEL_DEVICE_CALLABLE void operator()(const Helper& helper, std::uint64_t dim) const {
+  void operator()(const Helper& helper, std::uint64_t dim) const {
     base::operator()(helper, dim, moment2_, moment3_, moment4_);
   }
 
@@ -241,7 +239,7 @@ class variation_func_fast : public moment_functor_kind<T, Usm, false> {
   std::uint64_t channels() const { return 2; }
   void require(sycl::handler& cgh) const { require_all(cgh, variation_); }
   template <typename Helper>
-  TESSEL_DEVICE_CALLABLE void operator()(const Helper& helper, std::uint64_t dim) const {
+  void operator()(const Helper& helper, std::uint64_t dim) const {
     const auto terms = terms_of(helper, dim);
     variation_[dim] = sycl::sqrt(terms.variance()) / terms.mean();
   }
@@ -254,8 +252,7 @@ template <typename T, typename Handle>
 class skewness_func_fast_base {
  public:
   template <typename Helper>
-  TESSEL_DEVICE_CALLABLE void operator()(const Helper& helper, std::uint64_t dim,
-                                         Handle skewness) const {
+  void operator()(const Helper& helper, std::uint64_t dim, Handle skewness) const {
     const auto terms = terms_of(helper, dim);
     skewness[dim] = skewness_of(terms.c3() / helper.weight_sum(), terms.variance());
   }
@@ -272,7 +269,7 @@ class skewness_func_fast : public skewness_func_fast_base<T, out_t<T, Usm>>,
   std::uint64_t channels() const { return 3; }
   void require(sycl::handler& cgh) const { require_all(cgh, skewness_); }
   template <typename Helper>
-  TESSEL_DEVICE_CALLABLE void operator()(const Helper& helper, std::uint64_t dim) const {
+  void operator()(const Helper& helper, std::uint64_t dim) const {
     base::operator()(helper, dim, skewness_);
   }
 
@@ -284,8 +281,7 @@ template <typename T, typename Handle>
 class kurtosis_func_fast_base {
  public:
   template <typename Helper>
-  TESSEL_DEVICE_CALLABLE void operator()(const Helper& helper, std::uint64_t dim,
-                                         Handle kurtosis) const {
+  void operator()(const Helper& helper, std::uint64_t dim, Handle kurtosis) const {
     const auto terms = terms_of(helper, dim);
     kurtosis[dim] = kurtosis_of(terms.c4() / helper.weight_sum(), terms.variance());
   }
@@ -302,7 +298,7 @@ class kurtosis_func_fast : public kurtosis_func_fast_base<T, out_t<T, Usm>>,
   std::uint64_t channels() const { return 4; }
   void require(sycl::handler& cgh) const { require_all(cgh, kurtosis_); }
   template <typename Helper>
-  TESSEL_DEVICE_CALLABLE void operator()(const Helper& helper, std::uint64_t dim) const {
+  void operator()(const Helper& helper, std::uint64_t dim) const {
     base::operator()(helper, dim, kurtosis_);
   }
 

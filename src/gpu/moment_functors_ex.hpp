@@ -6,7 +6,6 @@
 
 #include <cstdint>
 
-#include "common/device_callable.hpp"
 #include "gpu/moment_formulas.hpp"
 #include "gpu/moment_functors.hpp"
 #include "gpu/out_handle.hpp"
@@ -15,8 +14,8 @@ namespace vorlex::orv::stats::detail::gpu::ex {
 
 // What every ex functor stores besides its plain result.
 template <typename Handle, typename Helper>
-TESSEL_DEVICE_CALLABLE void store_mean_and_raw_moment2(const Helper& helper, std::uint64_t dim,
-                                                       Handle mean, Handle raw_moment2) {
+void store_mean_and_raw_moment2(const Helper& helper, std::uint64_t dim, Handle mean,
+                                Handle raw_moment2) {
   mean[dim] = terms_of(helper, dim).mean();
   raw_moment2[dim] = helper.s2(dim) / helper.weight_sum();
 }
@@ -24,10 +23,9 @@ TESSEL_DEVICE_CALLABLE void store_mean_and_raw_moment2(const Helper& helper, std
 // The central families: a third order stores raw_moment3; a fourth stores raw_moment3 again,
 // as the fourth order needs it, and raw_moment4.
 template <typename Handle, typename Helper>
-TESSEL_DEVICE_CALLABLE void store_raw_moments(const Helper& helper, std::uint64_t dim,
-                                              std::uint8_t want3, std::uint8_t want4, Handle mean,
-                                              Handle raw_moment2, Handle raw_moment3,
-                                              Handle raw_moment4) {
+void store_raw_moments(const Helper& helper, std::uint64_t dim, std::uint8_t want3,
+                       std::uint8_t want4, Handle mean, Handle raw_moment2, Handle raw_moment3,
+                       Handle raw_moment4) {
   store_mean_and_raw_moment2(helper, dim, mean, raw_moment2);
   if (want3) {
     raw_moment3[dim] = helper.s3(dim) / helper.weight_sum();
@@ -45,9 +43,9 @@ class central_sum_func_fast_base : public gpu::central_sum_func_fast_base<T, Han
  public:
   using plain::plain;
   template <typename Helper>
-  TESSEL_DEVICE_CALLABLE void operator()(const Helper& helper, std::uint64_t dim, Handle mean,
-                                         Handle raw_moment2, Handle raw_moment3, Handle raw_moment4,
-                                         Handle sum2, Handle sum3, Handle sum4) const {
+  void operator()(const Helper& helper, std::uint64_t dim, Handle mean, Handle raw_moment2,
+                  Handle raw_moment3, Handle raw_moment4, Handle sum2, Handle sum3,
+                  Handle sum4) const {
     store_raw_moments(helper, dim, this->want3, this->want4, mean, raw_moment2, raw_moment3,
                       raw_moment4);
     plain::operator()(helper, dim, sum2, sum3, sum4);
@@ -78,7 +76,7 @@ class central_sum_func_fast : public central_sum_func_fast_base<T, out_t<T, Usm>
     require_all(cgh, mean_, raw_moment2_, raw_moment3_, raw_moment4_, sum2_, sum3_, sum4_);
   }
   template <typename Helper>
-  TESSEL_DEVICE_CALLABLE void operator()(const Helper& helper, std::uint64_t dim) const {
+  void operator()(const Helper& helper, std::uint64_t dim) const {
     base::operator()(helper, dim, mean_, raw_moment2_, raw_moment3_, raw_moment4_, sum2_, sum3_,
                      sum4_);
   }
@@ -94,9 +92,9 @@ class central_moment_func_fast_base : public gpu::central_moment_func_fast_base<
  public:
   using plain::plain;
   template <typename Helper>
-  TESSEL_DEVICE_CALLABLE void operator()(const Helper& helper, std::uint64_t dim, Handle mean,
-                                         Handle raw_moment2, Handle raw_moment3, Handle raw_moment4,
-                                         Handle moment2, Handle moment3, Handle moment4) const {
+  void operator()(const Helper& helper, std::uint64_t dim, Handle mean, Handle raw_moment2,
+                  Handle raw_moment3, Handle raw_moment4, Handle moment2, Handle moment3,
+                  Handle moment4) const {
     store_raw_moments(helper, dim, this->want3, this->want4, mean, raw_moment2, raw_moment3,
                       raw_moment4);
     plain::operator()(helper, dim, moment2, moment3, moment4);
@@ -127,7 +125,7 @@ class central_moment_func_fast : public central_moment_func_fast_base<T, out_t<T
     require_all(cgh, mean_, raw_moment2_, raw_moment3_, raw_moment4_, moment2_, moment3_, moment4_);
   }
   template <typename Helper>
-  TESSEL_DEVICE_CALLABLE void operator()(const Helper& helper, std::uint64_t dim) const {
+  void operator()(const Helper& helper, std::uint64_t dim) const {
     base::operator()(helper, dim, mean_, raw_moment2_, raw_moment3_, raw_moment4_, moment2_,
                      moment3_, moment4_);
   }
@@ -145,7 +143,7 @@ class variation_func_fast : public moment_functor_kind<T, Usm, false> {
   std::uint64_t channels() const { return 2; }
   void require(sycl::handler& cgh) const { require_all(cgh, mean_, raw_moment2_, variation_); }
   template <typename Helper>
-  TESSEL_DEVICE_CALLABLE void operator()(const Helper& helper, std::uint64_t dim) const {
+  void operator()(const Helper& helper, std::uint64_t dim) const {
     store_mean_and_raw_moment2(helper, dim, mean_, raw_moment2_);
     const auto terms = terms_of(helper, dim);
     variation_[dim] = sycl::sqrt(terms.variance()) / terms.mean();
@@ -161,9 +159,8 @@ class skewness_func_fast_base : public gpu::skewness_func_fast_base<T, Handle> {
 
  public:
   template <typename Helper>
-  TESSEL_DEVICE_CALLABLE void operator()(const Helper& helper, std::uint64_t dim, Handle mean,
-                                         Handle raw_moment2, Handle raw_moment3,
-                                         Handle skewness) const {
+  void operator()(const Helper& helper, std::uint64_t dim, Handle mean, Handle raw_moment2,
+                  Handle raw_moment3, Handle skewness) const {
     store_mean_and_raw_moment2(helper, dim, mean, raw_moment2);
     raw_moment3[dim] = helper.s3(dim) / helper.weight_sum();
     plain::operator()(helper, dim, skewness);
@@ -185,7 +182,7 @@ class skewness_func_fast : public skewness_func_fast_base<T, out_t<T, Usm>>,
     require_all(cgh, mean_, raw_moment2_, raw_moment3_, skewness_);
   }
   template <typename Helper>
-  TESSEL_DEVICE_CALLABLE void operator()(const Helper& helper, std::uint64_t dim) const {
+  void operator()(const Helper& helper, std::uint64_t dim) const {
     base::operator()(helper, dim, mean_, raw_moment2_, raw_moment3_, skewness_);
   }
 
@@ -199,9 +196,8 @@ class kurtosis_func_fast_base : public gpu::kurtosis_func_fast_base<T, Handle> {
 
  public:
   template <typename Helper>
-  TESSEL_DEVICE_CALLABLE void operator()(const Helper& helper, std::uint64_t dim, Handle mean,
-                                         Handle raw_moment2, Handle raw_moment3, Handle raw_moment4,
-                                         Handle kurtosis) const {
+  void operator()(const Helper& helper, std::uint64_t dim, Handle mean, Handle raw_moment2,
+                  Handle raw_moment3, Handle raw_moment4, Handle kurtosis) const {
     store_mean_and_raw_moment2(helper, dim, mean, raw_moment2);
     raw_moment3[dim] = helper.s3(dim) / helper.weight_sum();
     raw_moment4[dim] = helper.s4(dim) / helper.weight_sum();
@@ -228,7 +224,7 @@ class kurtosis_func_fast : public kurtosis_func_fast_base<T, out_t<T, Usm>>,
     require_all(cgh, mean_, raw_moment2_, raw_moment3_, raw_moment4_, kurtosis_);
   }
   template <typename Helper>
-  TESSEL_DEVICE_CALLABLE void operator()(const Helper& helper, std::uint64_t dim) const {
+  void operator()(const Helper& helper, std::uint64_t dim) const {
     base::operator()(helper, dim, mean_, raw_moment2_, raw_moment3_, raw_moment4_, kurtosis_);
   }
 

@@ -6,7 +6,6 @@
 
 #include <cstdint>
 
-#include "common/device_callable.hpp"
 #include "gpu/moment_formulas.hpp"
 #include "gpu/moment_functors.hpp"
 #include "gpu/out_handle.hpp"
@@ -14,7 +13,7 @@
 namespace vorlex::orv::stats::detail::gpu {
 
 template <typename Helper>
-TESSEL_DEVICE_CALLABLE auto variance_around_mean(const Helper& helper, std::uint64_t dim) {
+auto variance_around_mean(const Helper& helper, std::uint64_t dim) {
   using T = decltype(helper.s2(dim));
   return central_terms<T>::corrected_variance(helper.s2(dim), helper.weight_sum(),
                                               helper.weight_square_sum());
@@ -30,7 +29,7 @@ class central_sum_func_user_mean : public moment_functor_kind<T, Usm, true> {
   std::uint64_t channels() const { return channels_up_to(true, want3_, want4_) - 1; }
   void require(sycl::handler& cgh) const { require_all(cgh, sum2_, sum3_, sum4_); }
   template <typename Helper>
-  TESSEL_DEVICE_CALLABLE void operator()(const Helper& helper, std::uint64_t dim) const {
+  void operator()(const Helper& helper, std::uint64_t dim) const {
     sum2_[dim] = helper.s2(dim);
     if (want3_) {
       sum3_[dim] = helper.s3(dim);
@@ -55,7 +54,7 @@ class central_moment_func_user_mean : public moment_functor_kind<T, Usm, true> {
   std::uint64_t channels() const { return channels_up_to(true, want3_, want4_) - 1; }
   void require(sycl::handler& cgh) const { require_all(cgh, moment2_, moment3_, moment4_); }
   template <typename Helper>
-  TESSEL_DEVICE_CALLABLE void operator()(const Helper& helper, std::uint64_t dim) const {
+  void operator()(const Helper& helper, std::uint64_t dim) const {
     const T w = helper.weight_sum();
     moment2_[dim] = variance_around_mean(helper, dim);
     if (want3_) {
@@ -79,7 +78,7 @@ class variation_func_user_mean : public moment_functor_kind<T, Usm, true> {
   std::uint64_t channels() const { return 1; }
   void require(sycl::handler& cgh) const { require_all(cgh, variation_); }
   template <typename Helper>
-  TESSEL_DEVICE_CALLABLE void operator()(const Helper& helper, std::uint64_t dim) const {
+  void operator()(const Helper& helper, std::uint64_t dim) const {
     variation_[dim] = sycl::sqrt(variance_around_mean(helper, dim)) / helper.mean(dim);
   }
 
@@ -95,7 +94,7 @@ class skewness_func_user_mean : public moment_functor_kind<T, Usm, true> {
   std::uint64_t channels() const { return 2; }
   void require(sycl::handler& cgh) const { require_all(cgh, skewness_); }
   template <typename Helper>
-  TESSEL_DEVICE_CALLABLE void operator()(const Helper& helper, std::uint64_t dim) const {
+  void operator()(const Helper& helper, std::uint64_t dim) const {
     skewness_[dim] =
         skewness_of(helper.s3(dim) / helper.weight_sum(), variance_around_mean(helper, dim));
   }
@@ -114,7 +113,7 @@ class kurtosis_func_user_mean : public moment_functor_kind<T, Usm, true> {
   std::uint64_t channels() const { return 3; }
   void require(sycl::handler& cgh) const { require_all(cgh, kurtosis_); }
   template <typename Helper>
-  TESSEL_DEVICE_CALLABLE void operator()(const Helper& helper, std::uint64_t dim) const {
+  void operator()(const Helper& helper, std::uint64_t dim) const {
     kurtosis_[dim] =
         kurtosis_of(helper.s4(dim) / helper.weight_sum(), variance_around_mean(helper, dim));
   }

@@ -13,7 +13,6 @@
 #include <cstdint>
 #include <type_traits>
 
-#include "common/device_callable.hpp"
 #include "gpu/device_memory.hpp"
 #include "gpu/out_handle.hpp"
 
@@ -40,9 +39,9 @@ struct scratch_halves {
 template <typename Derived, typename T>
 class running_sums {
  public:
-  TESSEL_DEVICE_CALLABLE void load(const sycl::local_accessor<T, 1>& local, std::uint64_t dim,
-                                   const sycl::nd_item<1>& item, std::uint64_t remainder,
-                                   std::uint64_t row_stride, bool first) const {
+  void load(const sycl::local_accessor<T, 1>& local, std::uint64_t dim,
+            const sycl::nd_item<1>& item, std::uint64_t remainder, std::uint64_t row_stride,
+            bool first) const {
     const Derived& self = derived();
     T* blocks = local_pointer(local);
     const std::uint64_t group_size = item.get_local_range(0);
@@ -72,9 +71,8 @@ class running_sums {
   }
 
   // row_stride is the run length that the step read; the stores use this step's group count.
-  TESSEL_DEVICE_CALLABLE void merge(const sycl::local_accessor<T, 1>& local, std::uint64_t dim,
-                                    const sycl::nd_item<1>& item, std::uint64_t /*row_stride*/,
-                                    bool first) const {
+  void merge(const sycl::local_accessor<T, 1>& local, std::uint64_t dim,
+             const sycl::nd_item<1>& item, std::uint64_t /*row_stride*/, bool first) const {
     const Derived& self = derived();
     const T* blocks = local_pointer(local);
     const std::uint64_t group_size = item.get_local_range(0);
@@ -94,7 +92,7 @@ class running_sums {
   }
 
   // Group sum of value, written by the group's last work-item.
-  TESSEL_DEVICE_CALLABLE static void store(const sycl::nd_item<1>& item, T* place, T value) {
+  static void store(const sycl::nd_item<1>& item, T* place, T value) {
     const T sum = sycl::reduce_over_group(item.get_group(), value, T(0), sycl::plus<T>());
     if (item.get_local_id(0) == item.get_local_range(0) - 1) {
       *place = sum;
@@ -102,17 +100,16 @@ class running_sums {
   }
 
   // The finished sums, after the last step; an absent sum reads as 0.
-  TESSEL_DEVICE_CALLABLE T kept_sum(std::uint8_t kept, std::uint64_t slot,
-                                    std::uint64_t dim) const {
+  T kept_sum(std::uint8_t kept, std::uint64_t slot, std::uint64_t dim) const {
     const Derived& self = derived();
     return kept ? device_pointer(self.sums)[slot * self.slot_stride + dim] : T(0);
   }
   // W and W2; without weights both are the observation count.
-  TESSEL_DEVICE_CALLABLE T weight_sum() const {
+  T weight_sum() const {
     const Derived& self = derived();
     return self.has_w ? device_pointer(self.sum_w)[0] : count_as_weight();
   }
-  TESSEL_DEVICE_CALLABLE T weight_square_sum() const {
+  T weight_square_sum() const {
     const Derived& self = derived();
     return self.has_w ? device_pointer(self.sum_w2)[0] : count_as_weight();
   }
@@ -125,10 +122,8 @@ class running_sums {
   }
 
  private:
-  TESSEL_DEVICE_CALLABLE const Derived& derived() const {
-    return static_cast<const Derived&>(*this);
-  }
-  TESSEL_DEVICE_CALLABLE T count_as_weight() const {
+  const Derived& derived() const { return static_cast<const Derived&>(*this); }
+  T count_as_weight() const {
     return static_cast<T>(static_cast<std::int64_t>(derived().obs_count));
   }
 };
@@ -160,9 +155,8 @@ class sum_tmp_helper<T, Usm, false> : public running_sums<sum_tmp_helper<T, Usm,
 
   // calculate: the group's power sums of its block of observations, and, once a group, the
   // sums of its weights. Tail work-items come with value and weight 0.
-  TESSEL_DEVICE_CALLABLE void calculate(const T* local, std::uint64_t dim,
-                                        const sycl::nd_item<1>& item, T weight,
-                                        std::uint64_t /*remainder*/, bool first) const {
+  void calculate(const T* local, std::uint64_t dim, const sycl::nd_item<1>& item, T weight,
+                 std::uint64_t /*remainder*/, bool first) const {
     const std::uint64_t at = dim * item.get_group_range(0) + item.get_group(0);
     T* out = device_pointer(sums);
     const T x = local[item.get_local_id(0)];
@@ -184,7 +178,7 @@ class sum_tmp_helper<T, Usm, false> : public running_sums<sum_tmp_helper<T, Usm,
   }
 
   template <typename F>
-  TESSEL_DEVICE_CALLABLE void for_each_higher(F&& f) const {
+  void for_each_higher(F&& f) const {
     if (has_s2) {
       f(slot_s2);
     }
@@ -196,16 +190,10 @@ class sum_tmp_helper<T, Usm, false> : public running_sums<sum_tmp_helper<T, Usm,
     }
   }
 
-  TESSEL_DEVICE_CALLABLE T s1(std::uint64_t dim) const { return this->kept_sum(1, 0, dim); }
-  TESSEL_DEVICE_CALLABLE T s2(std::uint64_t dim) const {
-    return this->kept_sum(has_s2, slot_s2, dim);
-  }
-  TESSEL_DEVICE_CALLABLE T s3(std::uint64_t dim) const {
-    return this->kept_sum(has_s3, slot_s3, dim);
-  }
-  TESSEL_DEVICE_CALLABLE T s4(std::uint64_t dim) const {
-    return this->kept_sum(has_s4, slot_s4, dim);
-  }
+  T s1(std::uint64_t dim) const { return this->kept_sum(1, 0, dim); }
+  T s2(std::uint64_t dim) const { return this->kept_sum(has_s2, slot_s2, dim); }
+  T s3(std::uint64_t dim) const { return this->kept_sum(has_s3, slot_s3, dim); }
+  T s4(std::uint64_t dim) const { return this->kept_sum(has_s4, slot_s4, dim); }
 
   scratch_accessor<T> sums;
   scratch_accessor<T> sum_w;
@@ -249,9 +237,8 @@ class sum_tmp_helper<T, Usm, true> : public running_sums<sum_tmp_helper<T, Usm, 
         slot_w2(slot_w + has_w) {}
 
   // The deviation of a tail work-item is 0 outright: its value 0 less the mean is not.
-  TESSEL_DEVICE_CALLABLE void calculate(const T* local, std::uint64_t dim,
-                                        const sycl::nd_item<1>& item, T weight,
-                                        std::uint64_t remainder, bool first) const {
+  void calculate(const T* local, std::uint64_t dim, const sycl::nd_item<1>& item, T weight,
+                 std::uint64_t remainder, bool first) const {
     const std::uint64_t at = dim * item.get_group_range(0) + item.get_group(0);
     T* out = device_pointer(sums);
     const T e = is_tail(item, remainder)
@@ -272,7 +259,7 @@ class sum_tmp_helper<T, Usm, true> : public running_sums<sum_tmp_helper<T, Usm, 
   }
 
   template <typename F>
-  TESSEL_DEVICE_CALLABLE void for_each_higher(F&& f) const {
+  void for_each_higher(F&& f) const {
     if (has_s3) {
       f(slot_s3);
     }
@@ -281,14 +268,10 @@ class sum_tmp_helper<T, Usm, true> : public running_sums<sum_tmp_helper<T, Usm, 
     }
   }
 
-  TESSEL_DEVICE_CALLABLE T s2(std::uint64_t dim) const { return this->kept_sum(1, 0, dim); }
-  TESSEL_DEVICE_CALLABLE T s3(std::uint64_t dim) const {
-    return this->kept_sum(has_s3, slot_s3, dim);
-  }
-  TESSEL_DEVICE_CALLABLE T s4(std::uint64_t dim) const {
-    return this->kept_sum(has_s4, slot_s4, dim);
-  }
-  TESSEL_DEVICE_CALLABLE T mean(std::uint64_t dim) const { return device_pointer(mean_in)[dim]; }
+  T s2(std::uint64_t dim) const { return this->kept_sum(1, 0, dim); }
+  T s3(std::uint64_t dim) const { return this->kept_sum(has_s3, slot_s3, dim); }
+  T s4(std::uint64_t dim) const { return this->kept_sum(has_s4, slot_s4, dim); }
+  T mean(std::uint64_t dim) const { return device_pointer(mean_in)[dim]; }
 
   void require(sycl::handler& cgh) const {
     running_sums<sum_tmp_helper, T>::require(cgh);

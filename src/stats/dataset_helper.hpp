@@ -8,7 +8,6 @@
 #include <type_traits>
 #include <vorlex/orv/stats.hpp>
 
-#include "common/device_callable.hpp"
 #include "gpu/device_memory.hpp"
 
 namespace vorlex::orv::stats::detail {
@@ -44,9 +43,7 @@ struct dataset_helper {
 
 // Observation i of dimension d.
 template <typename Data>
-TESSEL_DEVICE_CALLABLE inline typename Data::value_type observation(const Data& data,
-                                                                    std::uint64_t d,
-                                                                    std::uint64_t i) {
+inline typename Data::value_type observation(const Data& data, std::uint64_t d, std::uint64_t i) {
   const auto* x = gpu::device_pointer(data.x);
   if constexpr (Data::row_layout) {
     return x[d * data.n_obs + i];
@@ -59,7 +56,7 @@ TESSEL_DEVICE_CALLABLE inline typename Data::value_type observation(const Data& 
 // as 64-bit words: element d is the low half of word d >> 1 for even d and the high half for odd
 // d. Only that half is loaded, so the last element of an odd-length array is not read past.
 template <typename Data>
-TESSEL_DEVICE_CALLABLE inline bool is_selected(const Data& data, std::uint64_t d) {
+inline bool is_selected(const Data& data, std::uint64_t d) {
   if (!data.has_indices) {
     return true;
   }
@@ -79,8 +76,7 @@ TESSEL_DEVICE_CALLABLE inline bool is_selected(const Data& data, std::uint64_t d
 
 // Only a positive stored weight is taken as it is; zero, negative and NaN weights count as 1.
 template <typename Data>
-TESSEL_DEVICE_CALLABLE inline typename Data::value_type observation_weight(const Data& data,
-                                                                           std::uint64_t i) {
+inline typename Data::value_type observation_weight(const Data& data, std::uint64_t i) {
   using T = typename Data::value_type;
   if (data.has_weights) {
     const T weight = gpu::device_pointer(data.w)[i];

@@ -137,38 +137,32 @@ class accessor {
   }
 
   bool is_placeholder() const noexcept { return state_.placeholder; }
-  TESSEL_DEVICE_CALLABLE std::size_t byte_size() const noexcept {
-    return state_.count * sizeof(DataT);
-  }
-  TESSEL_DEVICE_CALLABLE std::size_t size() const noexcept { return state_.count; }
-  TESSEL_DEVICE_CALLABLE std::size_t get_count() const noexcept { return state_.count; }
-  TESSEL_DEVICE_CALLABLE std::size_t max_size() const noexcept { return state_.count; }
-  TESSEL_DEVICE_CALLABLE bool empty() const noexcept { return state_.count == 0; }
-  TESSEL_DEVICE_CALLABLE range<Dimensions> get_range() const { return range<1>(state_.count); }
-  TESSEL_DEVICE_CALLABLE id<Dimensions> get_offset() const { return id<1>(state_.offset); }
+  std::size_t byte_size() const noexcept { return state_.count * sizeof(DataT); }
+  std::size_t size() const noexcept { return state_.count; }
+  std::size_t get_count() const noexcept { return state_.count; }
+  std::size_t max_size() const noexcept { return state_.count; }
+  bool empty() const noexcept { return state_.count == 0; }
+  range<Dimensions> get_range() const { return range<1>(state_.count); }
+  id<Dimensions> get_offset() const { return id<1>(state_.offset); }
 
   // Indices count from the start of the accessed range.
-  TESSEL_DEVICE_CALLABLE reference operator[](id<Dimensions> index) const {
-    return element(index[0]);
-  }
+  reference operator[](id<Dimensions> index) const { return element(index[0]); }
   template <typename Index, typename = std::enable_if_t<std::is_integral_v<Index>>>
-  TESSEL_DEVICE_CALLABLE reference operator[](Index index) const {
+  reference operator[](Index index) const {
     return element(static_cast<std::size_t>(index));
   }
 
   // Both point at element 0 of the buffer, also for a ranged accessor.
   template <access::decorated IsDecorated>
-  TESSEL_DEVICE_CALLABLE accessor_ptr<IsDecorated> get_multi_ptr() const noexcept {
+  accessor_ptr<IsDecorated> get_multi_ptr() const noexcept {
     return accessor_ptr<IsDecorated>(base());
   }
-  TESSEL_DEVICE_CALLABLE global_ptr<value_type> get_pointer() const noexcept {
-    return global_ptr<value_type>(base());
-  }
+  global_ptr<value_type> get_pointer() const noexcept { return global_ptr<value_type>(base()); }
 
-  TESSEL_DEVICE_CALLABLE iterator begin() const noexcept { return base() + state_.offset; }
-  TESSEL_DEVICE_CALLABLE iterator end() const noexcept { return begin() + state_.count; }
-  TESSEL_DEVICE_CALLABLE const_iterator cbegin() const noexcept { return begin(); }
-  TESSEL_DEVICE_CALLABLE const_iterator cend() const noexcept { return end(); }
+  iterator begin() const noexcept { return base() + state_.offset; }
+  iterator end() const noexcept { return begin() + state_.count; }
+  const_iterator cbegin() const noexcept { return begin(); }
+  const_iterator cend() const noexcept { return end(); }
 
   friend bool operator==(const accessor& a, const accessor& b) {
     return a.state_.tag == b.state_.tag;
@@ -191,12 +185,8 @@ class accessor {
     if (cgh != nullptr)
       detail::add_requirement(*cgh, state_);
   }
-  TESSEL_DEVICE_CALLABLE value_type* base() const noexcept {
-    return static_cast<value_type*>(state_.data);
-  }
-  TESSEL_DEVICE_CALLABLE reference element(std::size_t index) const {
-    return base()[state_.offset + index];
-  }
+  value_type* base() const noexcept { return static_cast<value_type*>(state_.data); }
+  reference element(std::size_t index) const { return base()[state_.offset + index]; }
 
   detail::accessor_state state_;
 };

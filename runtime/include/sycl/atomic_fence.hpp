@@ -25,7 +25,7 @@ inline constexpr auto memory_scope_system = memory_scope::system;
 
 namespace detail {
 
-TESSEL_DEVICE_CALLABLE inline std::memory_order std_order(memory_order order) {
+inline std::memory_order std_order(memory_order order) {
   switch (order) {
     case memory_order::relaxed:
       return std::memory_order_relaxed;
@@ -51,8 +51,9 @@ inline std::atomic<int> fence_word{0};
 
 // The work-items of a group share one thread, so only device and system
 // scopes order anything against other threads.
-TESSEL_DEVICE_CALLABLE inline void atomic_fence(memory_order order, memory_scope scope) {
-  if (order == memory_order::relaxed) return;
+inline void atomic_fence(memory_order order, memory_scope scope) {
+  if (order == memory_order::relaxed)
+    return;
   if (scope != memory_scope::device && scope != memory_scope::system) {
     std::atomic_signal_fence(detail::std_order(order));
     return;

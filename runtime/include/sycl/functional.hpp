@@ -9,23 +9,23 @@ namespace sycl {
 
 template <typename T = void>
 struct plus {
-  TESSEL_DEVICE_CALLABLE T operator()(const T& x, const T& y) const { return x + y; }
+  T operator()(const T& x, const T& y) const { return x + y; }
 };
 
 template <typename T = void>
 struct minimum {
-  TESSEL_DEVICE_CALLABLE T operator()(const T& x, const T& y) const { return (x < y) ? x : y; }
+  T operator()(const T& x, const T& y) const { return (x < y) ? x : y; }
 };
 
 template <typename T = void>
 struct maximum {
-  TESSEL_DEVICE_CALLABLE T operator()(const T& x, const T& y) const { return (x > y) ? x : y; }
+  T operator()(const T& x, const T& y) const { return (x > y) ? x : y; }
 };
 
 template <>
 struct plus<void> {
   template <typename T, typename U>
-  TESSEL_DEVICE_CALLABLE auto operator()(T&& x, U&& y) const {
+  auto operator()(T&& x, U&& y) const {
     return std::forward<T>(x) + std::forward<U>(y);
   }
 };
@@ -33,7 +33,7 @@ struct plus<void> {
 template <>
 struct minimum<void> {
   template <typename T, typename U>
-  TESSEL_DEVICE_CALLABLE auto operator()(T&& x, U&& y) const {
+  auto operator()(T&& x, U&& y) const {
     return (x < y) ? std::forward<T>(x) : std::forward<U>(y);
   }
 };
@@ -41,7 +41,7 @@ struct minimum<void> {
 template <>
 struct maximum<void> {
   template <typename T, typename U>
-  TESSEL_DEVICE_CALLABLE auto operator()(T&& x, U&& y) const {
+  auto operator()(T&& x, U&& y) const {
     return (x > y) ? std::forward<T>(x) : std::forward<U>(y);
   }
 };

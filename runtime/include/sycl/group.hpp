@@ -37,26 +37,26 @@ class group<1> {
 
   group() = delete;
 
-  TESSEL_DEVICE_CALLABLE id<1> get_group_id() const { return id<1>(group_id_); }
-  TESSEL_DEVICE_CALLABLE std::size_t get_group_id(int) const { return group_id_; }
-  TESSEL_DEVICE_CALLABLE id<1> get_local_id() const { return id<1>(local_id_); }
-  TESSEL_DEVICE_CALLABLE std::size_t get_local_id(int) const { return local_id_; }
-  TESSEL_DEVICE_CALLABLE range<1> get_local_range() const { return range<1>(local_range_); }
-  TESSEL_DEVICE_CALLABLE std::size_t get_local_range(int) const { return local_range_; }
-  TESSEL_DEVICE_CALLABLE range<1> get_group_range() const { return range<1>(group_range_); }
-  TESSEL_DEVICE_CALLABLE std::size_t get_group_range(int) const { return group_range_; }
-  TESSEL_DEVICE_CALLABLE range<1> get_max_local_range() const { return range<1>(local_range_); }
-  TESSEL_DEVICE_CALLABLE std::size_t operator[](int) const { return group_id_; }
-  TESSEL_DEVICE_CALLABLE std::size_t get_group_linear_id() const { return group_id_; }
-  TESSEL_DEVICE_CALLABLE std::size_t get_local_linear_id() const { return local_id_; }
-  TESSEL_DEVICE_CALLABLE std::size_t get_group_linear_range() const { return group_range_; }
-  TESSEL_DEVICE_CALLABLE std::size_t get_local_linear_range() const { return local_range_; }
-  TESSEL_DEVICE_CALLABLE bool leader() const { return local_id_ == 0; }
+  id<1> get_group_id() const { return id<1>(group_id_); }
+  std::size_t get_group_id(int) const { return group_id_; }
+  id<1> get_local_id() const { return id<1>(local_id_); }
+  std::size_t get_local_id(int) const { return local_id_; }
+  range<1> get_local_range() const { return range<1>(local_range_); }
+  std::size_t get_local_range(int) const { return local_range_; }
+  range<1> get_group_range() const { return range<1>(group_range_); }
+  std::size_t get_group_range(int) const { return group_range_; }
+  range<1> get_max_local_range() const { return range<1>(local_range_); }
+  std::size_t operator[](int) const { return group_id_; }
+  std::size_t get_group_linear_id() const { return group_id_; }
+  std::size_t get_local_linear_id() const { return local_id_; }
+  std::size_t get_group_linear_range() const { return group_range_; }
+  std::size_t get_local_linear_range() const { return local_range_; }
+  bool leader() const { return local_id_ == 0; }
 
   // Global to local memory; src_stride is in elements.
   template <typename Dest, typename Src, access::decorated DestDecoration,
             access::decorated SrcDecoration>
-  TESSEL_DEVICE_CALLABLE device_event async_work_group_copy(
+  device_event async_work_group_copy(
       multi_ptr<Dest, access::address_space::local_space, DestDecoration> dest,
       multi_ptr<Src, access::address_space::global_space, SrcDecoration> src, std::size_t count,
       std::size_t src_stride = 1) const {
@@ -67,7 +67,7 @@ class group<1> {
   // Local to global memory; dest_stride is in elements.
   template <typename Dest, typename Src, access::decorated DestDecoration,
             access::decorated SrcDecoration>
-  TESSEL_DEVICE_CALLABLE device_event async_work_group_copy(
+  device_event async_work_group_copy(
       multi_ptr<Dest, access::address_space::global_space, DestDecoration> dest,
       multi_ptr<Src, access::address_space::local_space, SrcDecoration> src, std::size_t count,
       std::size_t dest_stride = 1) const {
@@ -76,7 +76,7 @@ class group<1> {
   }
 
   template <typename... Events>
-  TESSEL_DEVICE_CALLABLE void wait_for(Events... events) const {
+  void wait_for(Events... events) const {
     static_assert((std::is_same_v<Events, device_event> && ...), "wait_for takes device_events");
     (events.wait(), ...);
   }
@@ -85,9 +85,8 @@ class group<1> {
   friend class nd_item<1>;
   friend struct detail::group_access;
 
-  TESSEL_DEVICE_CALLABLE group(std::size_t group_id, std::size_t local_id,
-                               std::size_t local_range, std::size_t group_range,
-                               detail::work_item* item)
+  group(std::size_t group_id, std::size_t local_id, std::size_t local_range,
+        std::size_t group_range, detail::work_item* item)
       : group_id_(group_id),
         local_id_(local_id),
         local_range_(local_range),
@@ -110,7 +109,7 @@ inline constexpr bool is_group_v = is_group<T>::value;
 
 namespace detail {
 struct group_access {
-  TESSEL_DEVICE_CALLABLE static work_item* item(const group<1>& g) { return g.item_; }
+  static work_item* item(const group<1>& g) { return g.item_; }
 };
 }  // namespace detail
 

@@ -29,23 +29,23 @@ struct reduce_operation_of<maximum<T>> {
 };
 
 template <typename T, typename BinaryOperation>
-TESSEL_DEVICE_CALLABLE T reduce(work_item* item, T value, const T* init) {
-  collective_reduce(item, reduce_operation_of<BinaryOperation>::value, scalar_type_of<T>(),
-                    &value, init, &fold<T, BinaryOperation>);
+T reduce(work_item* item, T value, const T* init) {
+  collective_reduce(item, reduce_operation_of<BinaryOperation>::value, scalar_type_of<T>(), &value,
+                    init, &fold<T, BinaryOperation>);
   return value;
 }
 
 }  // namespace detail
 
 template <typename Group, typename = std::enable_if_t<is_group_v<Group>>>
-TESSEL_DEVICE_CALLABLE void group_barrier(Group g, memory_scope fence_scope = Group::fence_scope) {
+void group_barrier(Group g, memory_scope fence_scope = Group::fence_scope) {
   detail::collective_barrier(detail::group_access::item(g), fence_scope);
 }
 
 // The fold runs in local-id order: x of item 0, then item 1, and so on.
 template <typename Group, typename T, typename BinaryOperation,
           typename = std::enable_if_t<is_group_v<Group> && std::is_arithmetic_v<T>>>
-TESSEL_DEVICE_CALLABLE T reduce_over_group(Group g, T x, BinaryOperation) {
+T reduce_over_group(Group g, T x, BinaryOperation) {
   return detail::reduce<T, BinaryOperation>(detail::group_access::item(g), x, nullptr);
 }
 
@@ -53,7 +53,7 @@ TESSEL_DEVICE_CALLABLE T reduce_over_group(Group g, T x, BinaryOperation) {
 template <typename Group, typename V, typename T, typename BinaryOperation,
           typename = std::enable_if_t<is_group_v<Group> && std::is_arithmetic_v<V> &&
                                       std::is_arithmetic_v<T>>>
-TESSEL_DEVICE_CALLABLE T reduce_over_group(Group g, V x, T init, BinaryOperation) {
+T reduce_over_group(Group g, V x, T init, BinaryOperation) {
   return detail::reduce<T, BinaryOperation>(detail::group_access::item(g), static_cast<T>(x),
                                             &init);
 }

@@ -19,21 +19,21 @@ class id : public detail::index_array<id<Dimensions>, Dimensions>,
  public:
   static constexpr int dimensions = Dimensions;
 
-  TESSEL_DEVICE_CALLABLE id() = default;
+  id() = default;
   template <typename... Indices,
             typename = std::enable_if_t<sizeof...(Indices) == Dimensions &&
                                         (std::is_convertible_v<Indices, std::size_t> && ...)>>
-  TESSEL_DEVICE_CALLABLE id(Indices... indices) {
+  id(Indices... indices) {
     std::size_t v[] = {static_cast<std::size_t>(indices)...};
     for (int d = 0; d < Dimensions; ++d)
       this->values_[d] = v[d];
   }
-  TESSEL_DEVICE_CALLABLE id(const range<Dimensions>& r) {
+  id(const range<Dimensions>& r) {
     for (int d = 0; d < Dimensions; ++d)
       this->values_[d] = r[d];
   }
   template <bool WithOffset>
-  TESSEL_DEVICE_CALLABLE id(const item<Dimensions, WithOffset>& it) : id(it.get_id()) {}
+  id(const item<Dimensions, WithOffset>& it) : id(it.get_id()) {}
 };
 
 id(std::size_t)->id<1>;

@@ -21,16 +21,16 @@ class item : public detail::size_conversion<item<Dimensions, WithOffset>, Dimens
 
   item() = delete;
 
-  TESSEL_DEVICE_CALLABLE id<Dimensions> get_id() const { return id_; }
-  TESSEL_DEVICE_CALLABLE std::size_t get_id(int dimension) const { return id_[dimension]; }
-  TESSEL_DEVICE_CALLABLE std::size_t operator[](int dimension) const { return id_[dimension]; }
-  TESSEL_DEVICE_CALLABLE range<Dimensions> get_range() const { return range_; }
-  TESSEL_DEVICE_CALLABLE std::size_t get_range(int dimension) const { return range_[dimension]; }
+  id<Dimensions> get_id() const { return id_; }
+  std::size_t get_id(int dimension) const { return id_[dimension]; }
+  std::size_t operator[](int dimension) const { return id_[dimension]; }
+  range<Dimensions> get_range() const { return range_; }
+  std::size_t get_range(int dimension) const { return range_[dimension]; }
   template <bool B = WithOffset, typename = std::enable_if_t<B>>
-  TESSEL_DEVICE_CALLABLE id<Dimensions> get_offset() const {
+  id<Dimensions> get_offset() const {
     return offset_;
   }
-  TESSEL_DEVICE_CALLABLE std::size_t get_linear_id() const {
+  std::size_t get_linear_id() const {
     std::size_t linear = 0;
     for (int d = 0; d < Dimensions; ++d)
       linear = linear * range_[d] + (id_[d] - offset_[d]);
@@ -38,22 +38,21 @@ class item : public detail::size_conversion<item<Dimensions, WithOffset>, Dimens
   }
 
   template <bool B = WithOffset, typename = std::enable_if_t<!B>>
-  TESSEL_DEVICE_CALLABLE operator item<Dimensions, !B>() const {
+  operator item<Dimensions, !B>() const {
     return item<Dimensions, !B>(range_, id_, offset_);
   }
 
-  TESSEL_DEVICE_CALLABLE friend bool operator==(const item& a, const item& b) {
+  friend bool operator==(const item& a, const item& b) {
     return a.id_ == b.id_ && a.range_ == b.range_ && a.offset_ == b.offset_;
   }
-  TESSEL_DEVICE_CALLABLE friend bool operator!=(const item& a, const item& b) { return !(a == b); }
+  friend bool operator!=(const item& a, const item& b) { return !(a == b); }
 
  private:
   friend struct detail::item_factory;
   template <int, bool>
   friend class item;
 
-  TESSEL_DEVICE_CALLABLE item(const range<Dimensions>& r, const id<Dimensions>& i,
-                              const id<Dimensions>& offset)
+  item(const range<Dimensions>& r, const id<Dimensions>& i, const id<Dimensions>& offset)
       : range_(r), id_(i), offset_(offset) {}
 
   range<Dimensions> range_;
@@ -65,9 +64,8 @@ namespace detail {
 // Items are made by the runtime only, as in SYCL.
 struct item_factory {
   template <int Dimensions, bool WithOffset>
-  TESSEL_DEVICE_CALLABLE static item<Dimensions, WithOffset> make(const range<Dimensions>& r,
-                                                                  const id<Dimensions>& i,
-                                                                  const id<Dimensions>& offset) {
+  static item<Dimensions, WithOffset> make(const range<Dimensions>& r, const id<Dimensions>& i,
+                                           const id<Dimensions>& offset) {
     return item<Dimensions, WithOffset>(r, i, offset);
   }
 };

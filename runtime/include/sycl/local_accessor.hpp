@@ -33,32 +33,30 @@ class local_accessor<DataT, 1> {
 
   local_accessor() = default;
   local_accessor(range<1> allocation_size, handler& cgh, const property_list& = {})
-      : offset_(detail::reserve_local_memory(cgh, allocation_size[0] * sizeof(DataT),
-                                             alignof(DataT))),
+      : offset_(
+            detail::reserve_local_memory(cgh, allocation_size[0] * sizeof(DataT), alignof(DataT))),
         count_(allocation_size[0]) {}
 
-  TESSEL_DEVICE_CALLABLE DataT& operator[](id<1> index) const { return data()[index[0]]; }
-  TESSEL_DEVICE_CALLABLE DataT& operator[](std::size_t index) const { return data()[index]; }
+  DataT& operator[](id<1> index) const { return data()[index[0]]; }
+  DataT& operator[](std::size_t index) const { return data()[index]; }
 
   template <access::decorated IsDecorated>
-  TESSEL_DEVICE_CALLABLE accessor_ptr<IsDecorated> get_multi_ptr() const noexcept {
+  accessor_ptr<IsDecorated> get_multi_ptr() const noexcept {
     return accessor_ptr<IsDecorated>(data());
   }
-  TESSEL_DEVICE_CALLABLE local_ptr<DataT> get_pointer() const noexcept {
-    return local_ptr<DataT>(data());
-  }
+  local_ptr<DataT> get_pointer() const noexcept { return local_ptr<DataT>(data()); }
 
-  TESSEL_DEVICE_CALLABLE iterator begin() const noexcept { return data(); }
-  TESSEL_DEVICE_CALLABLE iterator end() const noexcept { return data() + count_; }
+  iterator begin() const noexcept { return data(); }
+  iterator end() const noexcept { return data() + count_; }
 
-  TESSEL_DEVICE_CALLABLE std::size_t size() const noexcept { return count_; }
-  TESSEL_DEVICE_CALLABLE std::size_t byte_size() const noexcept { return count_ * sizeof(DataT); }
-  TESSEL_DEVICE_CALLABLE std::size_t max_size() const noexcept { return count_; }
-  TESSEL_DEVICE_CALLABLE bool empty() const noexcept { return count_ == 0; }
-  TESSEL_DEVICE_CALLABLE range<1> get_range() const { return range<1>(count_); }
+  std::size_t size() const noexcept { return count_; }
+  std::size_t byte_size() const noexcept { return count_ * sizeof(DataT); }
+  std::size_t max_size() const noexcept { return count_; }
+  bool empty() const noexcept { return count_ == 0; }
+  range<1> get_range() const { return range<1>(count_); }
 
  private:
-  TESSEL_DEVICE_CALLABLE DataT* data() const noexcept {
+  DataT* data() const noexcept {
     return reinterpret_cast<DataT*>(detail::current_local_arena() + offset_);
   }
 

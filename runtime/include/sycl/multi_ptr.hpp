@@ -26,9 +26,9 @@ class multi_ptr {
   using reference = std::add_lvalue_reference_t<ElementType>;
   using iterator_category = std::random_access_iterator_tag;
 
-  TESSEL_DEVICE_CALLABLE multi_ptr() = default;
-  TESSEL_DEVICE_CALLABLE multi_ptr(std::nullptr_t) {}
-  TESSEL_DEVICE_CALLABLE explicit multi_ptr(ElementType* raw) : ptr_(raw) {}
+  multi_ptr() = default;
+  multi_ptr(std::nullptr_t) {}
+  explicit multi_ptr(ElementType* raw) : ptr_(raw) {}
 
   // A pointer converts to the same space with other decoration, to the
   // generic space, and to a more qualified or void element type.
@@ -36,90 +36,75 @@ class multi_ptr {
             typename = std::enable_if_t<(OtherSpace == Space ||
                                          OtherSpace == access::address_space::generic_space) &&
                                         std::is_convertible_v<ElementType*, Other*>>>
-  TESSEL_DEVICE_CALLABLE operator multi_ptr<Other, OtherSpace, OtherDecoration>() const {
+  operator multi_ptr<Other, OtherSpace, OtherDecoration>() const {
     return multi_ptr<Other, OtherSpace, OtherDecoration>(ptr_);
   }
   // Legacy pointers still convert to a raw pointer implicitly.
   template <access::decorated D = DecorateAddress,
             typename = std::enable_if_t<D == access::decorated::legacy>>
-  TESSEL_DEVICE_CALLABLE operator ElementType*() const {
+  operator ElementType*() const {
     return ptr_;
   }
 
-  TESSEL_DEVICE_CALLABLE ElementType* get() const { return ptr_; }
-  TESSEL_DEVICE_CALLABLE ElementType* get_raw() const { return ptr_; }
-  TESSEL_DEVICE_CALLABLE ElementType* get_decorated() const { return ptr_; }
+  ElementType* get() const { return ptr_; }
+  ElementType* get_raw() const { return ptr_; }
+  ElementType* get_decorated() const { return ptr_; }
 
   template <typename E = ElementType, typename = std::enable_if_t<!std::is_void_v<E>>>
-  TESSEL_DEVICE_CALLABLE E& operator*() const {
+  E& operator*() const {
     return *ptr_;
   }
-  TESSEL_DEVICE_CALLABLE ElementType* operator->() const { return ptr_; }
+  ElementType* operator->() const { return ptr_; }
   template <typename E = ElementType, typename = std::enable_if_t<!std::is_void_v<E>>>
-  TESSEL_DEVICE_CALLABLE E& operator[](std::ptrdiff_t index) const {
+  E& operator[](std::ptrdiff_t index) const {
     return ptr_[index];
   }
 
-  TESSEL_DEVICE_CALLABLE multi_ptr& operator++() {
+  multi_ptr& operator++() {
     ++ptr_;
     return *this;
   }
-  TESSEL_DEVICE_CALLABLE multi_ptr operator++(int) {
+  multi_ptr operator++(int) {
     multi_ptr old = *this;
     ++ptr_;
     return old;
   }
-  TESSEL_DEVICE_CALLABLE multi_ptr& operator--() {
+  multi_ptr& operator--() {
     --ptr_;
     return *this;
   }
-  TESSEL_DEVICE_CALLABLE multi_ptr operator--(int) {
+  multi_ptr operator--(int) {
     multi_ptr old = *this;
     --ptr_;
     return old;
   }
-  TESSEL_DEVICE_CALLABLE multi_ptr& operator+=(difference_type n) {
+  multi_ptr& operator+=(difference_type n) {
     ptr_ += n;
     return *this;
   }
-  TESSEL_DEVICE_CALLABLE multi_ptr& operator-=(difference_type n) {
+  multi_ptr& operator-=(difference_type n) {
     ptr_ -= n;
     return *this;
   }
-  TESSEL_DEVICE_CALLABLE friend multi_ptr operator+(multi_ptr p, difference_type n) {
-    return p += n;
-  }
-  TESSEL_DEVICE_CALLABLE friend multi_ptr operator-(multi_ptr p, difference_type n) {
-    return p -= n;
-  }
-  TESSEL_DEVICE_CALLABLE friend difference_type operator-(const multi_ptr& a, const multi_ptr& b) {
+  friend multi_ptr operator+(multi_ptr p, difference_type n) { return p += n; }
+  friend multi_ptr operator-(multi_ptr p, difference_type n) { return p -= n; }
+  friend difference_type operator-(const multi_ptr& a, const multi_ptr& b) {
     return a.ptr_ - b.ptr_;
   }
 
-  TESSEL_DEVICE_CALLABLE friend bool operator==(const multi_ptr& a, const multi_ptr& b) {
-    return a.ptr_ == b.ptr_;
-  }
-  TESSEL_DEVICE_CALLABLE friend bool operator!=(const multi_ptr& a, const multi_ptr& b) {
-    return a.ptr_ != b.ptr_;
-  }
-  TESSEL_DEVICE_CALLABLE friend bool operator<(const multi_ptr& a, const multi_ptr& b) {
-    return a.ptr_ < b.ptr_;
-  }
-  TESSEL_DEVICE_CALLABLE friend bool operator==(const multi_ptr& a, std::nullptr_t) {
-    return a.ptr_ == nullptr;
-  }
-  TESSEL_DEVICE_CALLABLE friend bool operator!=(const multi_ptr& a, std::nullptr_t) {
-    return a.ptr_ != nullptr;
-  }
-  TESSEL_DEVICE_CALLABLE explicit operator bool() const { return ptr_ != nullptr; }
+  friend bool operator==(const multi_ptr& a, const multi_ptr& b) { return a.ptr_ == b.ptr_; }
+  friend bool operator!=(const multi_ptr& a, const multi_ptr& b) { return a.ptr_ != b.ptr_; }
+  friend bool operator<(const multi_ptr& a, const multi_ptr& b) { return a.ptr_ < b.ptr_; }
+  friend bool operator==(const multi_ptr& a, std::nullptr_t) { return a.ptr_ == nullptr; }
+  friend bool operator!=(const multi_ptr& a, std::nullptr_t) { return a.ptr_ != nullptr; }
+  explicit operator bool() const { return ptr_ != nullptr; }
 
  private:
   ElementType* ptr_ = nullptr;
 };
 
 template <access::address_space Space, access::decorated Decoration, typename ElementType>
-TESSEL_DEVICE_CALLABLE multi_ptr<ElementType, Space, Decoration> address_space_cast(
-    ElementType* raw) {
+multi_ptr<ElementType, Space, Decoration> address_space_cast(ElementType* raw) {
   return multi_ptr<ElementType, Space, Decoration>(raw);
 }
 

@@ -12,28 +12,26 @@ class nd_range {
  public:
   static constexpr int dimensions = Dimensions;
 
-  TESSEL_DEVICE_CALLABLE nd_range(range<Dimensions> global_size, range<Dimensions> local_size,
-                                  id<Dimensions> offset = id<Dimensions>())
+  nd_range(range<Dimensions> global_size, range<Dimensions> local_size,
+           id<Dimensions> offset = id<Dimensions>())
       : global_(global_size), local_(local_size), offset_(offset) {}
 
-  TESSEL_DEVICE_CALLABLE range<Dimensions> get_global_range() const { return global_; }
-  TESSEL_DEVICE_CALLABLE range<Dimensions> get_local_range() const { return local_; }
+  range<Dimensions> get_global_range() const { return global_; }
+  range<Dimensions> get_local_range() const { return local_; }
   // Meaningful only when the local range divides the global one, which a
   // launch checks.
-  TESSEL_DEVICE_CALLABLE range<Dimensions> get_group_range() const {
+  range<Dimensions> get_group_range() const {
     range<Dimensions> groups = global_;
     for (int d = 0; d < Dimensions; ++d)
       groups[d] = local_[d] == 0 ? 0 : global_[d] / local_[d];
     return groups;
   }
-  TESSEL_DEVICE_CALLABLE id<Dimensions> get_offset() const { return offset_; }
+  id<Dimensions> get_offset() const { return offset_; }
 
-  TESSEL_DEVICE_CALLABLE friend bool operator==(const nd_range& a, const nd_range& b) {
+  friend bool operator==(const nd_range& a, const nd_range& b) {
     return a.global_ == b.global_ && a.local_ == b.local_ && a.offset_ == b.offset_;
   }
-  TESSEL_DEVICE_CALLABLE friend bool operator!=(const nd_range& a, const nd_range& b) {
-    return !(a == b);
-  }
+  friend bool operator!=(const nd_range& a, const nd_range& b) { return !(a == b); }
 
  private:
   range<Dimensions> global_;

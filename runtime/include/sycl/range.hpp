@@ -14,17 +14,17 @@ class range : public detail::index_array<range<Dimensions>, Dimensions> {
  public:
   static constexpr int dimensions = Dimensions;
 
-  TESSEL_DEVICE_CALLABLE range() = default;
+  range() = default;
   template <typename... Sizes,
             typename = std::enable_if_t<sizeof...(Sizes) == Dimensions &&
                                         (std::is_convertible_v<Sizes, std::size_t> && ...)>>
-  TESSEL_DEVICE_CALLABLE range(Sizes... sizes) {
+  range(Sizes... sizes) {
     std::size_t v[] = {static_cast<std::size_t>(sizes)...};
     for (int d = 0; d < Dimensions; ++d)
       this->values_[d] = v[d];
   }
 
-  TESSEL_DEVICE_CALLABLE std::size_t size() const {
+  std::size_t size() const {
     std::size_t n = 1;
     for (int d = 0; d < Dimensions; ++d)
       n *= this->values_[d];
