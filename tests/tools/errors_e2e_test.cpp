@@ -28,6 +28,10 @@ TEST(ToolErrors, DataErrorsExitOne) {
   const std::string text = dir.write("text.csv", "a,b\n1,2\n3,x\n");
   expect_refused(run_tessel({"describe", text, "--device", emulated_gpu}, dir.path("")), 1,
                  text + ":3:3: non-numeric cell \"x\"");
+  const std::string gap = dir.write("gap.csv", "a,b\n1,2\n3,NA\n");
+  expect_refused(
+      run_tessel({"describe", gap, "--missing", "error", "--device", emulated_gpu}, dir.path("")),
+      1, gap + ":3:3: missing value \"NA\"");
   const std::string empty = dir.write("empty.csv", "");
   expect_refused(run_tessel({"describe", empty, "--device", emulated_gpu}, dir.path("")), 1,
                  empty + ":1:1: empty file");

@@ -5,13 +5,15 @@
 namespace tessel {
 
 std::string format_value(const describe_result& result, const dimension_summary& dimension,
-                         statistic which) {
+                         statistic which, int digits) {
   const double value = dimension[which];
   if (which == statistic::count)
     return fmt::format("{}", static_cast<std::int64_t>(value));
-  if (result.type == element_type::f32)
-    return fmt::format("{}", static_cast<float>(value));
-  return fmt::format("{}", value);
+  if (result.type == element_type::f32) {
+    const auto single = static_cast<float>(value);
+    return digits ? fmt::format("{:.{}g}", single, digits) : fmt::format("{}", single);
+  }
+  return digits ? fmt::format("{:.{}g}", value, digits) : fmt::format("{}", value);
 }
 
 }  // namespace tessel
