@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <optional>
 
 #include "parallel.hpp"
 
@@ -119,9 +120,18 @@ struct window {
     if (k >= inside.size())
       return high;
     const auto target = inside.begin() + static_cast<std::ptrdiff_t>(k);
-    std::nth_element(inside.begin(), target, inside.end());
+    if (selected && k == *selected + 1) {
+      // The next rank after a selection is the least of what lies above it.
+      std::iter_swap(target, std::min_element(target, inside.end()));
+    } else {
+      std::nth_element(inside.begin(), target, inside.end());
+    }
+    selected = k;
     return *target;
   }
+
+ private:
+  std::optional<std::size_t> selected;  // the place of inside the last selection settled
 };
 
 template <class T>
@@ -153,30 +163,35 @@ void place_windows(const column_ref<T>& column, tally<T>& bounds) {
   }
 }
 
+// Branch-free: every value is written to each window's staging run, which keeps it only if it
+// falls inside, so that no branch hangs on where a value falls.
 template <class T>
 void sweep(const column_ref<T>& column, std::size_t begin, std::size_t end, tally<T>& into) {
+  constexpr std::size_t run = 512;
   window<T>* const w = into.windows;
   const T* const first = column.first;
   const std::size_t step = column.step;
-  T min = into.min, max = into.max;
   const T low[3] = {w[0].low, w[1].low, w[2].low};
   const T high[3] = {w[0].high, w[1].high, w[2].high};
+  T min = into.min, max = into.max;
   std::size_t below[3] = {0, 0, 0};
-  for (std::size_t i = begin; i < end; ++i) {
-    const T value = first[i * step];
-    min = value < min ? value : min;
-    max = value > max ? value : max;
-    bool inside = false;
-    for (std::size_t k = 0; k < 3; ++k) {
-      below[k] += value < low[k];
-      inside |= (value >= low[k]) & (value <= high[k]);
-    }
-    // Rare: the windows hold a few hundredths of the values.
-    if (inside) {
+  T staged[3][run];
+  for (std::size_t run_begin = begin; run_begin < end; run_begin += run) {
+    const std::size_t run_end = std::min(end, run_begin + run);
+    std::size_t kept[3] = {0, 0, 0};
+    for (std::size_t i = run_begin; i < run_end; ++i) {
+      const T value = first[i * step];
+      min = value < min ? value : min;
+      max = value > max ? value : max;
       for (std::size_t k = 0; k < 3; ++k) {
-        if (value >= low[k] && value <= high[k])
-          w[k].add(value);
+        below[k] += value < low[k];
+        staged[k][kept[k]] = value;
+        kept[k] += (value >= low[k]) & (value <= high[k]);
       }
+    }
+    for (std::size_t k = 0; k < 3; ++k) {
+      for (std::size_t j = 0; j < kept[k]; ++j)
+        w[k].add(staged[k][j]);
     }
   }
   into.min = min;
