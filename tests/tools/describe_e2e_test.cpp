@@ -161,13 +161,8 @@ void check_case(const describe_case& param) {
                  dir.write("m.csv", fmt::format("{},{}\n", user_mean[0], user_mean[2]))});
   }
   if (kind == source::csv_by_dimension && weights == weighting::column) {
-    const tool_run run = run_tessel(
-        [&] {
-          std::vector<std::string> full = args;
-          full.insert(full.begin(), "describe");
-          return full;
-        }(),
-        dir.path(""));
+    args.insert(args.begin(), "describe");
+    const tool_run run = run_tessel(args, dir.path(""));
     EXPECT_EQ(run.status, 2);
     EXPECT_EQ(run.err,
               "tessel: --weights-column needs rows read as observations; with "

@@ -141,6 +141,7 @@ struct group_data {
   block selection;                        // n_dims std::int64_t, or empty: all
   block user_mean;                        // of a gathered group's dimensions
   T* user_means = nullptr;                // n_dims of them, or null
+  weight_totals weights_total;
   gathered_group gathered;
 };
 
@@ -221,6 +222,8 @@ class describer {
           next.user_means = next.user_mean.template as<T>();
         }
       }
+      next.weights_total =
+          total_weights(next.weights, static_cast<std::size_t>(next.n_observations));
       next.group = std::move(group);
       groups_.push_back(std::move(next));
     }
@@ -256,7 +259,7 @@ class describer {
         group.selection.empty() ? nullptr : group.selection.template as<std::int64_t>());
     T* const user_mean = group.user_means;
     const bool all = input_.result.all;
-    stats::mean<fast, T, L>(queue_, data, out[output::mean]).wait_and_throw();
+    const sycl::event mean = stats::mean<fast, T, L>(queue_, data, out[output::mean]);
     if (all) {
       stats::raw_sum<fast, T, L>(queue_, data, out[output::raw_sum], out[output::raw_sum2],
                                  out[output::raw_sum3], out[output::raw_sum4]);
@@ -264,7 +267,7 @@ class describer {
                                     out[output::raw_moment3], out[output::raw_moment4]);
     }
     if (method_ == compute_method::about_mean) {
-      about_mean<L>(group, data, out);
+      about_mean<L>(group, data, mean, out);
       return;
     }
     T* const m3 = out[output::moment3];
@@ -299,12 +302,13 @@ class describer {
   // Sums of deviations from the computed mean c, then the sum of squares about c plus about
   // one standard deviation, which tells how far c is from the mean (see recentre).
   template <stats::layout L>
-  void about_mean(group_data<T>& group, const stats::dataset<L, T*>& data, outputs<T>& out) {
+  void about_mean(group_data<T>& group, const stats::dataset<L, T*>& data, const sycl::event& mean,
+                  outputs<T>& out) {
     T* const centre = out[output::mean];
     stats::central_sum<fast, T, L>(queue_, centre, data, out[output::central_sum2],
-                                   out[output::central_sum3], out[output::central_sum4])
+                                   out[output::central_sum3], out[output::central_sum4], {mean})
         .wait_and_throw();
-    const weight_totals weights = weight_totals_of(group);
+    const weight_totals& weights = group.weights_total;
     T* const shifted = out[output::shifted_centre];
     for (const std::size_t d : group.dataset_dims) {
       const long double spread = std::sqrt(out.at(output::central_sum2, d) / weights.w);
@@ -313,10 +317,6 @@ class describer {
     stats::central_sum<fast, T, L>(queue_, shifted, data, out[output::sum2_about_shifted], nullptr,
                                    nullptr)
         .wait_and_throw();
-  }
-
-  weight_totals weight_totals_of(const group_data<T>& group) const {
-    return total_weights(group.weights, static_cast<std::size_t>(group.n_observations));
   }
 
   void fill(const group_data<T>& group, std::size_t k, const outputs<T>& out,
@@ -349,19 +349,18 @@ class describer {
       // computed mean and the sums about it carry.
       central_sums none;
       none.mean = static_cast<long double>(order.min);
-      shape = from_sums(none, weight_totals_of(group));
+      shape = from_sums(none, group.weights_total);
       summary[statistic::mean] = order.min;
       if (input_.result.all) {
         for (const auto& [from, to] : central_sum_outputs)
           summary[to] = 0;
       }
     } else if (method_ == compute_method::about_mean) {
-      const weight_totals weights = weight_totals_of(group);
       const central_sums sums =
-          recentre(weights, out.at(output::mean, d), out.at(output::central_sum2, d),
+          recentre(group.weights_total, out.at(output::mean, d), out.at(output::central_sum2, d),
                    out.at(output::central_sum3, d), out.at(output::central_sum4, d),
                    out.at(output::shifted_centre, d), out.at(output::sum2_about_shifted, d));
-      shape = from_sums(sums, weights);
+      shape = from_sums(sums, group.weights_total);
       summary[statistic::mean] = in_t(sums.mean);
       summary[statistic::central_sum2] = in_t(sums.c2);
       summary[statistic::central_sum3] = in_t(sums.c3);
