@@ -27,6 +27,16 @@ constexpr const char* emulated_gpu = "Tessel emulated GPU";
 constexpr std::size_t n_dims = 3;
 constexpr std::size_t n_obs = 57;
 
+// Calls check.template operator()<T>() with T the element type named.
+template <class Check>
+void with_type(element_type type, Check check) {
+  if (type == element_type::f32) {
+    check.template operator()<float>();
+  } else {
+    check.template operator()<double>();
+  }
+}
+
 std::string device_name(const std::string& device) {
   return device == "cpu" ? "cpu" : "emulated_gpu";
 }
@@ -205,11 +215,7 @@ void check_case(const describe_case& param) {
 }
 
 TEST_P(Describe, PrintsTheReferenceDigitsForEveryDimension) {
-  if (std::get<0>(GetParam()) == element_type::f32) {
-    check_case<float>(GetParam());
-  } else {
-    check_case<double>(GetParam());
-  }
+  with_type(std::get<0>(GetParam()), [&]<class T>() { check_case<T>(GetParam()); });
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -265,12 +271,8 @@ void check_ill_conditioned(const std::string& device) {
 }
 
 TEST_P(OnEveryDevice, IllConditionedColumnsKeepTheirDigits) {
-  const auto& [type, device] = GetParam();
-  if (type == element_type::f32) {
-    check_ill_conditioned<float>(device);
-  } else {
-    check_ill_conditioned<double>(device);
-  }
+  const std::string device = std::get<1>(GetParam());
+  with_type(std::get<0>(GetParam()), [&]<class T>() { check_ill_conditioned<T>(device); });
 }
 
 // Weights in the first column. Observation 2 has no weight, so no dimension uses it; line 5
@@ -320,12 +322,8 @@ void check_missing(const std::string& device) {
 }
 
 TEST_P(OnEveryDevice, MissingValuesAreLeftOutDimensionByDimension) {
-  const auto& [type, device] = GetParam();
-  if (type == element_type::f32) {
-    check_missing<float>(device);
-  } else {
-    check_missing<double>(device);
-  }
+  const std::string device = std::get<1>(GetParam());
+  with_type(std::get<0>(GetParam()), [&]<class T>() { check_missing<T>(device); });
 }
 
 INSTANTIATE_TEST_SUITE_P(All, OnEveryDevice,

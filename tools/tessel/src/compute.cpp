@@ -56,76 +56,54 @@ class drain_on_exit {
   sycl::queue& queue_;
 };
 
-// What a group asks of the library: the statistics it prints, and on the way the raw mean and
-// the sums about a shifted centre.
-enum class output {
-  mean,
-  variance,
-  moment3,
-  moment4,
-  variation,
-  skewness,
-  kurtosis,
-  min,
-  max,
-  raw_sum,
-  raw_sum2,
-  raw_sum3,
-  raw_sum4,
-  raw_mean,
-  raw_moment2,
-  raw_moment3,
-  raw_moment4,
-  central_sum2,
-  central_sum3,
-  central_sum4,
-  shifted_centre,
-  sum2_about_shifted,
-};
+// Arrays the library fills on the way to the printed statistics: the mean that raw_moment
+// gives beside its moments, and on the about-mean road the shifted centre and the sum of
+// squares about it.
+enum class auxiliary { raw_mean, shifted_centre, sum2_about_shifted };
 
-// Printed as they come.
-constexpr std::pair<output, statistic> raw_outputs[] = {
-    {output::raw_sum, statistic::raw_sum},         {output::raw_sum2, statistic::raw_sum2},
-    {output::raw_sum3, statistic::raw_sum3},       {output::raw_sum4, statistic::raw_sum4},
-    {output::raw_moment2, statistic::raw_moment2}, {output::raw_moment3, statistic::raw_moment3},
-    {output::raw_moment4, statistic::raw_moment4},
-};
-constexpr std::pair<output, statistic> central_sum_outputs[] = {
-    {output::central_sum2, statistic::central_sum2},
-    {output::central_sum3, statistic::central_sum3},
-    {output::central_sum4, statistic::central_sum4},
-};
-constexpr std::pair<output, statistic> one_pass_outputs[] = {
-    {output::variance, statistic::variance},
-    {output::moment3, statistic::central_moment3},
-    {output::moment4, statistic::central_moment4},
-    {output::variation, statistic::variation},
-    {output::skewness, statistic::skewness},
-    {output::kurtosis, statistic::kurtosis},
-    {output::min, statistic::min},
-    {output::max, statistic::max},
-};
+// Printed as the library gives them.
+constexpr statistic raw_statistics[] = {
+    statistic::raw_sum,     statistic::raw_sum2,    statistic::raw_sum3,   statistic::raw_sum4,
+    statistic::raw_moment2, statistic::raw_moment3, statistic::raw_moment4};
+constexpr statistic central_sums_statistics[] = {statistic::central_sum2, statistic::central_sum3,
+                                                 statistic::central_sum4};
+constexpr statistic one_pass_statistics[] = {statistic::variance,
+                                             statistic::central_moment3,
+                                             statistic::central_moment4,
+                                             statistic::variation,
+                                             statistic::skewness,
+                                             statistic::kurtosis,
+                                             statistic::min,
+                                             statistic::max};
 
-// The library's outputs of one group, one element per dimension of its dataset.
+// The library's outputs of one group, one element per dimension of its dataset, in arrays
+// made on first use.
 template <class T>
 class outputs {
  public:
   outputs(sycl::queue& queue, std::size_t n_dims) : queue_(queue), n_dims_(n_dims) {}
 
-  T* operator[](output s) {
-    auto& array = arrays_[s];
-    if (!array)
-      array = std::make_unique<usm_array<T>>(queue_, n_dims_);
-    return array->get();
-  }
-  long double at(output s, std::size_t d) const {
-    return static_cast<long double>(arrays_.at(s)->get()[d]);
-  }
+  T* operator[](statistic s) { return array(statistics_[s]); }
+  T* operator[](auxiliary a) { return array(auxiliaries_[a]); }
+  long double at(statistic s, std::size_t d) const { return value(statistics_.at(s), d); }
+  long double at(auxiliary a, std::size_t d) const { return value(auxiliaries_.at(a), d); }
 
  private:
+  using owned = std::unique_ptr<usm_array<T>>;
+
+  T* array(owned& slot) {
+    if (!slot)
+      slot = std::make_unique<usm_array<T>>(queue_, n_dims_);
+    return slot->get();
+  }
+  static long double value(const owned& slot, std::size_t d) {
+    return static_cast<long double>(slot->get()[d]);
+  }
+
   sycl::queue& queue_;
   std::size_t n_dims_;
-  std::map<output, std::unique_ptr<usm_array<T>>> arrays_;
+  std::map<statistic, owned> statistics_;
+  std::map<auxiliary, owned> auxiliaries_;
 };
 
 // A group of dimensions that share their observations, as one dataset of the library.
@@ -259,43 +237,44 @@ class describer {
         group.selection.empty() ? nullptr : group.selection.template as<std::int64_t>());
     T* const user_mean = group.user_means;
     const bool all = input_.result.all;
-    const sycl::event mean = stats::mean<fast, T, L>(queue_, data, out[output::mean]);
+    const sycl::event mean = stats::mean<fast, T, L>(queue_, data, out[statistic::mean]);
     if (all) {
-      stats::raw_sum<fast, T, L>(queue_, data, out[output::raw_sum], out[output::raw_sum2],
-                                 out[output::raw_sum3], out[output::raw_sum4]);
-      stats::raw_moment<fast, T, L>(queue_, data, out[output::raw_mean], out[output::raw_moment2],
-                                    out[output::raw_moment3], out[output::raw_moment4]);
+      stats::raw_sum<fast, T, L>(queue_, data, out[statistic::raw_sum], out[statistic::raw_sum2],
+                                 out[statistic::raw_sum3], out[statistic::raw_sum4]);
+      stats::raw_moment<fast, T, L>(queue_, data, out[auxiliary::raw_mean],
+                                    out[statistic::raw_moment2], out[statistic::raw_moment3],
+                                    out[statistic::raw_moment4]);
     }
     if (method_ == compute_method::about_mean) {
       about_mean<L>(group, data, mean, out);
       return;
     }
-    T* const m3 = out[output::moment3];
-    T* const m4 = out[output::moment4];
+    T* const m3 = out[statistic::central_moment3];
+    T* const m4 = out[statistic::central_moment4];
     if (user_mean) {
-      stats::central_moment<fast, T, L>(queue_, user_mean, data, out[output::variance], m3, m4);
+      stats::central_moment<fast, T, L>(queue_, user_mean, data, out[statistic::variance], m3, m4);
       if (all) {
-        stats::central_sum<fast, T, L>(queue_, user_mean, data, out[output::central_sum2],
-                                       out[output::central_sum3], out[output::central_sum4]);
+        stats::central_sum<fast, T, L>(queue_, user_mean, data, out[statistic::central_sum2],
+                                       out[statistic::central_sum3], out[statistic::central_sum4]);
       }
     } else {
-      stats::central_moment<fast, T, L>(queue_, data, out[output::variance], m3, m4);
+      stats::central_moment<fast, T, L>(queue_, data, out[statistic::variance], m3, m4);
       if (all) {
-        stats::central_sum<fast, T, L>(queue_, data, out[output::central_sum2],
-                                       out[output::central_sum3], out[output::central_sum4]);
+        stats::central_sum<fast, T, L>(queue_, data, out[statistic::central_sum2],
+                                       out[statistic::central_sum3], out[statistic::central_sum4]);
       }
     }
     if (method_ != compute_method::one_pass)
       return;
-    stats::min_max<fast, T, L>(queue_, data, out[output::min], out[output::max]);
+    stats::min_max<fast, T, L>(queue_, data, out[statistic::min], out[statistic::max]);
     if (user_mean) {
-      stats::variation<fast, T, L>(queue_, user_mean, data, out[output::variation]);
-      stats::skewness<fast, T, L>(queue_, user_mean, data, out[output::skewness]);
-      stats::kurtosis<fast, T, L>(queue_, user_mean, data, out[output::kurtosis]);
+      stats::variation<fast, T, L>(queue_, user_mean, data, out[statistic::variation]);
+      stats::skewness<fast, T, L>(queue_, user_mean, data, out[statistic::skewness]);
+      stats::kurtosis<fast, T, L>(queue_, user_mean, data, out[statistic::kurtosis]);
     } else {
-      stats::variation<fast, T, L>(queue_, data, out[output::variation]);
-      stats::skewness<fast, T, L>(queue_, data, out[output::skewness]);
-      stats::kurtosis<fast, T, L>(queue_, data, out[output::kurtosis]);
+      stats::variation<fast, T, L>(queue_, data, out[statistic::variation]);
+      stats::skewness<fast, T, L>(queue_, data, out[statistic::skewness]);
+      stats::kurtosis<fast, T, L>(queue_, data, out[statistic::kurtosis]);
     }
   }
 
@@ -304,18 +283,19 @@ class describer {
   template <stats::layout L>
   void about_mean(group_data<T>& group, const stats::dataset<L, T*>& data, const sycl::event& mean,
                   outputs<T>& out) {
-    T* const centre = out[output::mean];
-    stats::central_sum<fast, T, L>(queue_, centre, data, out[output::central_sum2],
-                                   out[output::central_sum3], out[output::central_sum4], {mean})
+    T* const centre = out[statistic::mean];
+    stats::central_sum<fast, T, L>(queue_, centre, data, out[statistic::central_sum2],
+                                   out[statistic::central_sum3], out[statistic::central_sum4],
+                                   {mean})
         .wait_and_throw();
     const weight_totals& weights = group.weights_total;
-    T* const shifted = out[output::shifted_centre];
+    T* const shifted = out[auxiliary::shifted_centre];
     for (const std::size_t d : group.dataset_dims) {
-      const long double spread = std::sqrt(out.at(output::central_sum2, d) / weights.w);
+      const long double spread = std::sqrt(out.at(statistic::central_sum2, d) / weights.w);
       shifted[d] = static_cast<T>(static_cast<long double>(centre[d]) + spread);
     }
-    stats::central_sum<fast, T, L>(queue_, shifted, data, out[output::sum2_about_shifted], nullptr,
-                                   nullptr)
+    stats::central_sum<fast, T, L>(queue_, shifted, data, out[auxiliary::sum2_about_shifted],
+                                   nullptr, nullptr)
         .wait_and_throw();
   }
 
@@ -336,13 +316,13 @@ class describer {
       return;
 
     const auto in_t = [](long double value) { return static_cast<double>(static_cast<T>(value)); };
-    const auto take = [&](const auto& pairs) {
-      for (const auto& [from, to] : pairs)
-        summary[to] = in_t(out.at(from, d));
+    const auto take = [&](const auto& statistics) {
+      for (const statistic s : statistics)
+        summary[s] = in_t(out.at(s, d));
     };
-    summary[statistic::mean] = in_t(out.at(output::mean, d));
+    summary[statistic::mean] = in_t(out.at(statistic::mean, d));
     if (input_.result.all)
-      take(raw_outputs);
+      take(raw_statistics);
     shape_statistics shape;
     if (order.min == order.max && !group.user_means && method_ != compute_method::one_pass) {
       // A constant dimension: its deviations from its mean are all zero, whatever rounding the
@@ -352,14 +332,14 @@ class describer {
       shape = from_sums(none, group.weights_total);
       summary[statistic::mean] = order.min;
       if (input_.result.all) {
-        for (const auto& [from, to] : central_sum_outputs)
-          summary[to] = 0;
+        for (const statistic s : central_sums_statistics)
+          summary[s] = 0;
       }
     } else if (method_ == compute_method::about_mean) {
-      const central_sums sums =
-          recentre(group.weights_total, out.at(output::mean, d), out.at(output::central_sum2, d),
-                   out.at(output::central_sum3, d), out.at(output::central_sum4, d),
-                   out.at(output::shifted_centre, d), out.at(output::sum2_about_shifted, d));
+      const central_sums sums = recentre(
+          group.weights_total, out.at(statistic::mean, d), out.at(statistic::central_sum2, d),
+          out.at(statistic::central_sum3, d), out.at(statistic::central_sum4, d),
+          out.at(auxiliary::shifted_centre, d), out.at(auxiliary::sum2_about_shifted, d));
       shape = from_sums(sums, group.weights_total);
       summary[statistic::mean] = in_t(sums.mean);
       summary[statistic::central_sum2] = in_t(sums.c2);
@@ -367,11 +347,12 @@ class describer {
       summary[statistic::central_sum4] = in_t(sums.c4);
     } else {
       const long double centre = group.user_means ? static_cast<long double>(group.user_means[d])
-                                                  : out.at(output::mean, d);
-      shape = from_moments(centre, out.at(output::variance, d), out.at(output::moment3, d),
-                           out.at(output::moment4, d));
+                                                  : out.at(statistic::mean, d);
+      shape = from_moments(centre, out.at(statistic::variance, d),
+                           out.at(statistic::central_moment3, d),
+                           out.at(statistic::central_moment4, d));
       if (input_.result.all)
-        take(central_sum_outputs);
+        take(central_sums_statistics);
     }
     summary[statistic::variance] = in_t(shape.variance);
     summary[statistic::std_dev] = in_t(shape.std_dev);
@@ -381,7 +362,7 @@ class describer {
     summary[statistic::central_moment3] = in_t(shape.moment3);
     summary[statistic::central_moment4] = in_t(shape.moment4);
     if (method_ == compute_method::one_pass)
-      take(one_pass_outputs);
+      take(one_pass_statistics);
   }
 
   dimension_summary& summary_of(std::size_t d) {

@@ -45,16 +45,19 @@ enum class statistic {
 // sums of deviations from it; one_pass: every statistic as the library's entries give it.
 enum class compute_method { moments, about_mean, one_pass };
 
-constexpr std::string_view name_of(compute_method method) {
-  switch (method) {
-    case compute_method::about_mean:
-      return "about_mean";
-    case compute_method::one_pass:
-      return "one_pass";
-    case compute_method::moments:
-      break;
-  }
-  return "moments";
+struct compute_method_info {
+  std::string_view key;          // JSON
+  std::string_view description;  // the table's preamble
+};
+
+inline constexpr std::array<compute_method_info, 3> compute_methods = {{
+    {"moments", "the library's central moments"},
+    {"about_mean", "the mean first, then sums of deviations from it"},
+    {"one_pass", "one pass, every statistic as the library gives it"},
+}};
+
+constexpr const compute_method_info& info_of(compute_method method) {
+  return compute_methods[static_cast<std::size_t>(method)];
 }
 
 struct statistic_info {

@@ -10,23 +10,11 @@ namespace {
 
 constexpr std::size_t gap = 2;
 
-std::string method_text(compute_method method) {
-  switch (method) {
-    case compute_method::about_mean:
-      return "the mean first, then sums of deviations from it";
-    case compute_method::one_pass:
-      return "one pass, every statistic as the library gives it";
-    case compute_method::moments:
-      break;
-  }
-  return "the library's central moments";
-}
-
 std::string preamble(const describe_result& result) {
   std::string text = fmt::format("{}: {} observations of {} dimensions, {} in {}, on {}\n",
                                  result.source, result.n_observations, result.n_dims,
                                  name_of(result.type), name_of(result.layout), result.device);
-  text += fmt::format("computed: {}\n", method_text(result.method));
+  text += fmt::format("computed: {}\n", info_of(result.method).description);
   if (!result.weights.empty())
     text += fmt::format("weights: {}\n", result.weights);
   if (!result.user_mean.empty()) {
