@@ -1,3 +1,6 @@
+#include <cmath>
+#include <limits>
+
 #include <fmt/format.h>
 
 #include "format.hpp"
@@ -6,7 +9,9 @@ namespace tessel {
 
 std::string format_value(const describe_result& result, const dimension_summary& dimension,
                          statistic which, int digits) {
-  const double value = dimension[which];
+  // NaN has no sign worth showing.
+  const double value =
+      std::isnan(dimension[which]) ? std::numeric_limits<double>::quiet_NaN() : dimension[which];
   if (which == statistic::count)
     return fmt::format("{}", static_cast<std::int64_t>(value));
   if (result.type == element_type::f32) {

@@ -26,7 +26,8 @@ central_sums recentre(const weight_totals& weights, long double c, long double c
                       long double c4, long double a, long double s2_about_a) {
   const long double step = a - c;
   const long double s1 = step == 0 ? 0 : (c2 + step * step * weights.w - s2_about_a) / (2 * step);
-  const long double d = s1 / weights.w;
+  // An infinite value leaves no finite mean to move to.
+  const long double d = std::isfinite(s1) ? s1 / weights.w : 0;
   central_sums sums;
   sums.mean = c + d;
   sums.c2 = c2 - s1 * d;
