@@ -138,7 +138,8 @@ class describer {
     input_.result.method = method_;
     make_groups();
     std::future<std::vector<order_statistics>> ordered = std::async(
-        std::launch::async, [this] { return find_order_statistics(column_sets(), workers()); });
+        std::launch::async,
+        [sets = column_sets()] { return find_order_statistics(sets, available_cores()); });
     std::vector<std::unique_ptr<outputs<T>>> results;
     {
       const drain_on_exit drain(queue_);
@@ -158,8 +159,6 @@ class describer {
   }
 
  private:
-  static unsigned workers() { return available_cores(); }
-
   void make_groups() {
     matrix& data = input_.data;
     std::vector<std::int64_t> selection(static_cast<std::size_t>(data.n_dims), 0);
