@@ -40,6 +40,9 @@ TEST(CommandLine, DescribeDefaults) {
   EXPECT_FALSE(options.all);
   EXPECT_EQ(options.delimiter, 0);
   EXPECT_EQ(options.header, header_mode::detect);
+  EXPECT_EQ(options.missing, missing_policy::skip);
+  EXPECT_EQ(options.precision, 6);
+  EXPECT_FALSE(options.one_pass);
 }
 
 TEST(CommandLine, DescribeEveryOption) {
@@ -48,7 +51,9 @@ TEST(CommandLine, DescribeEveryOption) {
                 "float",       "--dims",   "0,2-3",        "--weights-column",
                 "w",           "--mean",   "m.csv",        "--rows-are",
                 "dimensions",  "--output", "json",         "--all",
-                "--delimiter", "tab",      "--header",     "no"});
+                "--delimiter", "tab",      "--header",     "no",
+                "--missing",   "error",    "--precision",  "full",
+                "--one-pass"});
   EXPECT_EQ(options.file, "data.csv");
   EXPECT_EQ(options.device, "emulated gpu");
   EXPECT_EQ(options.type, element_type::f32);
@@ -61,7 +66,11 @@ TEST(CommandLine, DescribeEveryOption) {
   EXPECT_TRUE(options.all);
   EXPECT_EQ(options.delimiter, '\t');
   EXPECT_EQ(options.header, header_mode::absent);
+  EXPECT_EQ(options.missing, missing_policy::error);
+  EXPECT_EQ(options.precision, 0);
+  EXPECT_TRUE(options.one_pass);
   EXPECT_EQ(describe({"--type=double", "--weights", "w.csv"}).weights_file, "w.csv");
+  EXPECT_EQ(describe({"--precision", "17"}).precision, 17);
 }
 
 TEST(CommandLine, Devices) {
@@ -75,6 +84,7 @@ TEST(CommandLine, HelpExitsZero) {
   EXPECT_FALSE(result.outcome.run);
   EXPECT_EQ(result.outcome.exit_code, 0);
   EXPECT_THAT(result.out, HasSubstr("--weights-column"));
+  EXPECT_THAT(result.out, HasSubstr("on a GPU           the mean first"));
 }
 
 TEST(CommandLine, UsageErrorsExitTwoWithOneLine) {
@@ -88,7 +98,11 @@ TEST(CommandLine, UsageErrorsExitTwoWithOneLine) {
            {"describe", "--bogus"},
            {"describe", "a.csv", "b.csv"},
            {"describe", "--weights", "w.csv", "--weights-column", "w"},
-           {"describe", "--dims"}}) {
+           {"describe", "--dims"},
+           {"describe", "--missing", "drop"},
+           {"describe", "--precision", "0"},
+           {"describe", "--precision", "18"},
+           {"describe", "--precision", "6x"}}) {
     const parsed result = parse(args);
     SCOPED_TRACE(result.err);
     EXPECT_FALSE(result.outcome.run);
@@ -103,6 +117,8 @@ TEST(CommandLine, UsageErrorsSayWhatIsWrong) {
   EXPECT_THAT(parse({"describe", "--type", "quad"}).err, HasSubstr("quad"));
   EXPECT_THAT(parse({"describe", "--weights", "w", "--weights-column", "1"}).err,
               HasSubstr("excludes"));
+  EXPECT_THAT(parse({"describe", "--precision", "0"}).err,
+              HasSubstr("give a number of significant digits from 1 to 17, or full"));
 }
 
 }  // namespace

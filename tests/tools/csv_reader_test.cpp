@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <limits>
+#include <tuple>
 
 #include "tool_test_support.hpp"
 
@@ -26,26 +27,18 @@ std::string parse_error(std::string_view text, csv_options options = {}) {
   return data_error_text([&] { parse(text, options); });
 }
 
-TEST(CsvHeader, NamesWhenACellIsNoNumber) {
+TEST(CsvHeader, NamesWhenACellIsNeitherANumberNorMissing) {
   const csv_table table = parse("a,b\n1,2\n3,4\n");
   EXPECT_THAT(table.names, ElementsAre("a", "b"));
   EXPECT_EQ(table.n_rows, 2);
   EXPECT_EQ(table.n_columns, 2);
   EXPECT_THAT(cells(table), ElementsAre(1, 2, 3, 4));
-}
-
-TEST(CsvHeader, NumericNamesBesideOneWordStillMakeAHeader) {
   EXPECT_THAT(parse("year,2019\n1,2\n").names, ElementsAre("year", "2019"));
-}
-
-TEST(CsvHeader, AllNumbersAreData) {
-  const csv_table table = parse("1,2\n3,4");
-  EXPECT_TRUE(table.names.empty());
-  EXPECT_THAT(cells(table), ElementsAre(1, 2, 3, 4));
-}
-
-TEST(CsvHeader, EmptyCellInANumericFirstRowIsData) {
-  EXPECT_EQ(parse_error("1,,2\n3,4,5\n"), "t.csv:1:3: empty cell");
+  EXPECT_TRUE(parse("1,2\n3,4").names.empty());
+  const csv_table data = parse("1,,NA\n3,4,5\n");
+  EXPECT_TRUE(data.names.empty());
+  EXPECT_EQ(data.n_rows, 2);
+  EXPECT_EQ(data.missing_cells, 2);
 }
 
 TEST(CsvHeader, ForcedEitherWay) {
@@ -109,7 +102,6 @@ TEST(CsvErrors, EveryMessageNamesFileLineAndColumn) {
   EXPECT_EQ(parse_error("a;b\n1,5;2\n"),
             "t.csv:2:1: non-numeric cell \"1,5\" (tessel reads decimal points, not decimal "
             "commas)");
-  EXPECT_EQ(parse_error("a,b\n1,\n"), "t.csv:2:3: empty cell");
   EXPECT_EQ(parse_error("a,b\n1,2,3,4\n"), "t.csv:2:5: ragged row: 4 cells where line 1 has 2");
   EXPECT_EQ(parse_error("a,b,c\n1,2,3\n1,2\n"),
             "t.csv:3:4: ragged row: 2 cells where line 1 has 3");
@@ -123,6 +115,34 @@ TEST(CsvErrors, EveryMessageNamesFileLineAndColumn) {
   EXPECT_EQ(parse_error("1\n1e39\n", single),
             "t.csv:2:1: number \"1e39\" is out of range for float");
   EXPECT_EQ(parse_error("1\n-1e309\n"), "t.csv:2:1: number \"-1e309\" is out of range for double");
+}
+
+TEST(CsvMissing, MarkersBecomeNaNAndAreCounted) {
+  const csv_table table = parse(
+      "a,b\nNA,1\nN/A,2\nn/a,3\n#N/A,4\n<NA>,5\nnull,6\nNULL,7\nNone,8\nnan,9\n-NaN,10\n,11\n"
+      "\"\",12\n\"NA\",13\n");
+  EXPECT_EQ(table.n_rows, 13);
+  EXPECT_EQ(table.missing_cells, 13);
+  const std::vector<double> values = cells(table);
+  for (std::size_t row = 0; row < 13; ++row) {
+    EXPECT_TRUE(std::isnan(values[2 * row])) << row;
+    EXPECT_EQ(values[2 * row + 1], static_cast<double>(row + 1));
+  }
+  // A marker is no header name, and a missing weight is counted apart.
+  csv_options weighted;
+  weighted.weights_column = "0";
+  const csv_table data = parse("NA,1\n2,\n", weighted);
+  EXPECT_TRUE(data.names.empty());
+  EXPECT_EQ(data.missing_weights, 1);
+  EXPECT_EQ(data.missing_cells, 1);
+}
+
+TEST(CsvMissing, OrRefusedWhereTheyStand) {
+  csv_options strict;
+  strict.missing = missing_policy::error;
+  EXPECT_EQ(parse_error("a,b\n1,\n", strict), "t.csv:2:3: empty cell");
+  EXPECT_EQ(parse_error("a,b\n1,2\n NA ,4\n", strict), "t.csv:3:2: missing value \"NA\"");
+  EXPECT_EQ(parse_error("a,b\n1,nan\n", strict), "t.csv:2:3: missing value \"nan\"");
 }
 
 TEST(CsvErrors, CellTextIsCutAndEscapedInMessages) {
@@ -164,54 +184,107 @@ TEST(CsvWeightsColumn, MissingColumnIsAUsageError) {
             "--weights-column: t.csv has only that column, no dimension would be left");
 }
 
+// Counts what the parser asks for.
+struct recording_resource : std::pmr::memory_resource {
+  std::size_t allocations = 0, bytes = 0, largest = 0;
+  void* do_allocate(std::size_t size, std::size_t alignment) override {
+    ++allocations;
+    bytes += size;
+    largest = std::max(largest, size);
+    return heap().allocate(size, alignment);
+  }
+  void do_deallocate(void* p, std::size_t size, std::size_t alignment) override {
+    heap().deallocate(p, size, alignment);
+  }
+  bool do_is_equal(const memory_resource& other) const noexcept override { return this == &other; }
+};
+
 TEST(CsvMemory, OneAllocationSizedByTheRowsThatCanBeThere) {
-  // Counts what the parser asks for: the cells once, no second copy of the data.
-  struct counting_resource : std::pmr::memory_resource {
-    std::size_t allocations = 0, bytes = 0;
-    void* do_allocate(std::size_t size, std::size_t alignment) override {
-      ++allocations;
-      bytes += size;
-      return heap().allocate(size, alignment);
-    }
-    void do_deallocate(void* p, std::size_t size, std::size_t alignment) override {
-      heap().deallocate(p, size, alignment);
-    }
-    bool do_is_equal(const memory_resource& other) const noexcept override {
-      return this == &other;
-    }
-  } counting;
   std::string text = "a,b,c\n";
   for (int row = 0; row < 1000; ++row)
     text += "1,2,3\n";
+  recording_resource recorded;
   progress silent;
-  const csv_table table = parse_csv(text, "t.csv", {}, counting, silent);
+  const csv_table table = parse_csv(text, "t.csv", {}, recorded, silent);
   EXPECT_EQ(table.n_rows, 1000);
-  EXPECT_EQ(counting.allocations, 1u);
-  EXPECT_EQ(counting.bytes, 1000u * 3 * sizeof(double));  // 6000 bytes hold at most 1000 rows of 3
+  EXPECT_EQ(recorded.allocations, 1u);  // the cells once, no second copy of the data
+  EXPECT_EQ(recorded.bytes, 1000u * 3 * sizeof(double));
 }
 
+// A row of n cells takes n bytes at least (all of them missing), so no more than a double per
+// byte of text, however many blank lines there are.
 TEST(CsvMemory, BlankLinesUnderAWideHeaderAskForLittle) {
   std::string text;
   for (int column = 0; column < 500; ++column)
     text += "c" + std::to_string(column) + ",";
   text += "last\n" + std::string(10000, '\n');
-  struct peak_resource : std::pmr::memory_resource {
-    std::size_t largest = 0;
-    void* do_allocate(std::size_t size, std::size_t alignment) override {
-      largest = std::max(largest, size);
-      return heap().allocate(size, alignment);
-    }
-    void do_deallocate(void* p, std::size_t size, std::size_t alignment) override {
-      heap().deallocate(p, size, alignment);
-    }
-    bool do_is_equal(const memory_resource& other) const noexcept override {
-      return this == &other;
-    }
-  } peak;
+  recording_resource recorded;
   progress silent;
-  EXPECT_THROW(parse_csv(text, "t.csv", {}, peak, silent), data_error);
-  EXPECT_LE(peak.largest, 4 * text.size());
+  EXPECT_THROW(parse_csv(text, "t.csv", {}, recorded, silent), data_error);
+  EXPECT_LE(recorded.largest, sizeof(double) * text.size());
 }
+
+// Read in chunks of a few bytes on three threads, a text gives the table or the first error
+// it gives read whole: chunk starts fall inside quoted cells, between "\r" and "\n", in blank
+// lines and at the last row.
+using chunking = std::tuple<std::string, std::size_t>;
+
+class CsvChunks : public ::testing::TestWithParam<chunking> {};
+
+struct read_outcome {
+  std::vector<double> values;  // the cells, then the weights
+  std::int64_t rows = 0, missing = 0;
+  std::string error;
+};
+
+read_outcome read_in_chunks(const std::string& text, std::size_t chunk_bytes) {
+  csv_options options;
+  options.chunk_bytes = chunk_bytes;
+  options.threads = 3;
+  if (text.starts_with("w,"))
+    options.weights_column = "w";
+  read_outcome outcome;
+  outcome.error = data_error_text([&] {
+    const csv_table table = parse(text, options);
+    outcome.values = cells(table);
+    for (const double weight :
+         elements<double>(table.weights, table.weights.empty() ? 0 : table.n_rows))
+      outcome.values.push_back(weight);
+    outcome.rows = table.n_rows;
+    outcome.missing = table.missing_cells + table.missing_weights;
+  });
+  return outcome;
+}
+
+TEST_P(CsvChunks, GiveWhatTheWholeTextGives) {
+  const auto& [text, chunk_bytes] = GetParam();
+  const read_outcome whole = read_in_chunks(text, text.size() + 1);
+  const read_outcome chunked = read_in_chunks(text, chunk_bytes);
+  EXPECT_EQ(chunked.error, whole.error);
+  EXPECT_EQ(chunked.rows, whole.rows);
+  EXPECT_EQ(chunked.missing, whole.missing);
+  ASSERT_EQ(chunked.values.size(), whole.values.size());
+  for (std::size_t k = 0; k < whole.values.size(); ++k) {
+    EXPECT_TRUE(chunked.values[k] == whole.values[k] ||
+                (std::isnan(chunked.values[k]) && std::isnan(whole.values[k])))
+        << k;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, CsvChunks,
+    ::testing::Combine(
+        ::testing::Values("x,y\n1,2\n3,4\n5,6",                               // last row unended
+                          "a;b\r\n\r\n1;2\r\n\r\n \"3\" ; 4\r\n\r\n5;6\r\n",  // blank lines, quotes
+                          "\"two\nlines\",\"b,\"\"c\"\"\"\n1,2\n3,4\n",       // quoted header
+                          "a,b,c\n1,,3\nNA,5,6\n,,\n7,8,null\n",              // missing values
+                          "w,x\n1,2\nNA,4\n5,6\n",                            // weights column
+                          "a,b\n1,2\n3,4\n5,\"6\n7\",8\n9,10\n",              // quoted line break
+                          "a,b\n1,2\n3,4\"\n5,6\n7,8\n",                      // stray quote
+                          "a,b\n1,2\n3,\"4\n5,6\n",                           // unterminated quote
+                          "a,b\n1,2\n3,4\n5\n6,7\n8,9,10\n",                  // ragged rows
+                          "a,b\n1,2\n3,4\n5,x\n6,7\n8,y\n"),                  // non-numeric cells
+        ::testing::Values(1, 2, 3, 5, 8, 13)));
 
 }  // namespace
 }  // namespace tessel::test

@@ -53,6 +53,9 @@ TEST(DescribeInput, WeightsFromAColumnOrAFileOfTheRightLength) {
   const describe_input from_file = prepare_describe(by_file, data, heap());
   EXPECT_THAT(elements<double>(from_file.weights, 2), ElementsAre(3, 4));
 
+  by_file.weights_file = dir.write("gap.csv", "3\nNA\n");
+  EXPECT_EQ(prepare_describe(by_file, data, heap()).missing_weights, 1);
+
   by_file.weights_file = dir.write("short.csv", "3\n");
   EXPECT_EQ(data_error_text([&] { prepare_describe(by_file, data, heap()); }),
             *by_file.weights_file + ": --weights has 1 values, the data has 2 observations");
@@ -82,6 +85,10 @@ TEST(DescribeInput, MeansForEveryDimensionOrForTheSelectedOnes) {
   const describe_input spread = prepare_describe(options, data, heap());
   EXPECT_THAT(elements<double>(spread.user_mean, 3), ElementsAre(7, 0, 9));
   EXPECT_EQ(spread.result.user_mean, *options.mean_file);
+
+  options.mean_file = dir.write("gap.csv", "7,NA\n");
+  EXPECT_EQ(data_error_text([&] { prepare_describe(options, data, heap()); }),
+            *options.mean_file + ":1:3: missing value \"NA\"");
 
   options.mean_file = dir.write("wrong.csv", "7\n");
   EXPECT_EQ(data_error_text([&] { prepare_describe(options, data, heap()); }),

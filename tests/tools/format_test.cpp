@@ -31,60 +31,78 @@ describe_result two_dimensions(element_type type) {
   return result;
 }
 
-TEST(FormatValue, ShortestTextThatReadsBackTheSameNumber) {
+TEST(FormatValue, RoundTripTextOrSignificantDigits) {
   describe_result result = two_dimensions(element_type::f32);
   dimension_summary dimension;
   dimension[statistic::mean] = static_cast<double>(0.1f);
   dimension[statistic::count] = 12345678901.0;
   EXPECT_EQ(format_value(result, dimension, statistic::mean), "0.1");
-  EXPECT_EQ(format_value(result, dimension, statistic::count), "12345678901");
+  EXPECT_EQ(format_value(result, dimension, statistic::mean, 12), "0.10000000149");
+  EXPECT_EQ(format_value(result, dimension, statistic::count, 3), "12345678901");
   result.type = element_type::f64;
   EXPECT_EQ(format_value(result, dimension, statistic::mean), "0.10000000149011612");
   dimension[statistic::mean] = 1.0 / 3.0;
   EXPECT_EQ(format_value(result, dimension, statistic::mean), "0.3333333333333333");
+  EXPECT_EQ(format_value(result, dimension, statistic::mean, 6), "0.333333");
   dimension[statistic::mean] = -std::numeric_limits<double>::infinity();
-  EXPECT_EQ(format_value(result, dimension, statistic::mean), "-inf");
+  EXPECT_EQ(format_value(result, dimension, statistic::mean, 6), "-inf");
 }
 
-TEST(FormatTable, StatisticsAsRowsDimensionsAsAlignedColumns) {
+TEST(FormatTable, StatisticsAsRowsDimensionsAlignedOnTheDecimalPoint) {
+  describe_result result = two_dimensions(element_type::f64);
+  result.method = compute_method::about_mean;
+  result.missing_values = 4;
+  const double column[] = {3, 1234.56789, 0.000123456, -2, 1e+20, 0.5, 6, 7, 8, 9, 10, 11};
+  const std::vector<statistic_info> rows = result.statistics();
+  for (std::size_t k = 0; k < rows.size(); ++k)
+    result.dimensions[0][rows[k].id] = column[k];
+  result.dimensions[1][statistic::skewness] = std::numeric_limits<double>::quiet_NaN();
   const std::string expected =
       "d.csv: 3 observations of 2 dimensions, double in col_major, on host cpu\n"
+      "computed: the mean first, then sums of deviations from it\n"
+      "missing: 4 values, left out of their dimensions\n"
       "\n"
-      "           height     w\n"
-      "count           3     3\n"
-      "mean            1  1.25\n"
-      "variance        3  3.25\n"
-      "std dev         4  4.25\n"
-      "variation       5  5.25\n"
-      "skewness        6  6.25\n"
-      "kurtosis        7  7.25\n"
-      "min             8  8.25\n"
-      "max             9  9.25\n";
-  EXPECT_EQ(format_table(two_dimensions(element_type::f64), 0), expected);
+      "                   height       w\n"
+      "count         3              3\n"
+      "mean       1234.57           1.25\n"
+      "variance      0.000123456    3.25\n"
+      "std dev      -2              4.25\n"
+      "variation     1e+20          5.25\n"
+      "skewness      0.5          nan\n"
+      "kurtosis      6              7.25\n"
+      "min           7              8.25\n"
+      "25%           8              9.25\n"
+      "50%           9             10.25\n"
+      "75%          10             11.25\n"
+      "max          11             12.25\n";
+  EXPECT_EQ(format_table(result, 0, 6), expected);
+  EXPECT_THAT(format_table(result, 0, 0), ::testing::HasSubstr("\nmean       1234.56789   "));
 }
 
 TEST(FormatTable, WideTablesGoOnInBlocks) {
   describe_result result = two_dimensions(element_type::f64);
   result.weights = "w.csv";
   result.user_mean = "m.csv";
-  const std::string text = format_table(result, 20);
-  EXPECT_THAT(text, ::testing::HasSubstr("weights: w.csv\n"
+  const std::string text = format_table(result, 20, 6);
+  EXPECT_THAT(text, ::testing::HasSubstr("computed: the library's central moments\n"
+                                         "weights: w.csv\n"
                                          "central statistics about the user mean from m.csv\n"
                                          "\n"
                                          "           height\n"
                                          "count           3\n"
                                          "mean            1\n"
                                          "user mean       2\n"));
-  EXPECT_THAT(text, ::testing::HasSubstr("max             9\n"
+  EXPECT_THAT(text, ::testing::HasSubstr("max            12\n"
                                          "\n"
-                                         "              w\n"
-                                         "count         3\n"));
+                                         "               w\n"
+                                         "count       3\n"
+                                         "mean        1.25\n"));
 }
 
 TEST(FormatTable, NoDimensionSelected) {
   describe_result result = two_dimensions(element_type::f64);
   result.dimensions.clear();
-  EXPECT_THAT(format_table(result, 0), ::testing::EndsWith("no dimension selected\n"));
+  EXPECT_THAT(format_table(result, 0, 6), ::testing::EndsWith("no dimension selected\n"));
 }
 
 TEST(FormatCsv, OneRowPerDimensionWithEveryStatisticUnderAll) {
@@ -94,11 +112,11 @@ TEST(FormatCsv, OneRowPerDimensionWithEveryStatisticUnderAll) {
   const std::string text = format_csv(result);
   const std::string header = text.substr(0, text.find('\n'));
   EXPECT_EQ(header,
-            "index,name,count,mean,variance,std_dev,variation,skewness,kurtosis,min,max,raw_sum,"
-            "raw_sum2,raw_sum3,raw_sum4,raw_moment2,raw_moment3,raw_moment4,central_sum2,"
-            "central_sum3,central_sum4,central_moment3,central_moment4");
+            "index,name,count,mean,variance,std_dev,variation,skewness,kurtosis,min,q1,median,q3,"
+            "max,raw_sum,raw_sum2,raw_sum3,raw_sum4,raw_moment2,raw_moment3,raw_moment4,"
+            "central_sum2,central_sum3,central_sum4,central_moment3,central_moment4");
   EXPECT_THAT(text, ::testing::HasSubstr("\n0,height,3,1,3,4,5,6,7,8,9,10,11,12,13,14,15,16,17,18,"
-                                         "19,20,21\n"));
+                                         "19,20,21,22,23,24\n"));
   EXPECT_THAT(text, ::testing::HasSubstr("\n1,\"a,\"\"b\"\"\",3,1.25,"));
 }
 
@@ -116,6 +134,8 @@ TEST(FormatJson, ParsesAndCarriesEveryNumberExactly) {
   EXPECT_EQ(document["dimensions_in_file"], 2);
   EXPECT_EQ(document["weights_from"], "column 2 of d.csv");
   EXPECT_TRUE(document["user_mean_from"].is_null());
+  EXPECT_EQ(document["method"], "moments");
+  EXPECT_EQ(document["missing_values"], 0);
   const nlohmann::json& first = document["dimensions"][0];
   EXPECT_EQ(first["name"], "height");
   EXPECT_EQ(first["index"], 0);
@@ -126,7 +146,8 @@ TEST(FormatJson, ParsesAndCarriesEveryNumberExactly) {
   EXPECT_FALSE(first.contains("user_mean"));
   EXPECT_FALSE(first.contains("raw_sum"));
   EXPECT_EQ(document["dimensions"][1]["name"], "bad \xef\xbf\xbd utf-8");
-  EXPECT_EQ(document["dimensions"][1]["max"].get<double>(), 9.25);
+  EXPECT_EQ(document["dimensions"][1]["q1"].get<double>(), 9.25);
+  EXPECT_EQ(document["dimensions"][1]["max"].get<double>(), 12.25);
 }
 
 TEST(FormatJson, DoublesRoundTrip) {

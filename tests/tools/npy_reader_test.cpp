@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <limits>
 #include <sstream>
 #include <tuple>
 
@@ -124,6 +125,20 @@ TEST(Npy, WeightsColumnInEitherOrder) {
                    options);
             }),
             "--weights-column: a.npy has no column named \"w\" (it has no header row)");
+}
+
+TEST(Npy, NaNIsAMissingValueOrRefusedWhereItStands) {
+  constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+  // Fortran order: [1, 0] comes before [0, 1] in the file.
+  const std::string file =
+      npy_file(dictionary("<f8", true, "(2, 2)"), raw_bytes<double>({1, nan, nan, 4}, false));
+  npy_options options;
+  options.weights_column = "1";
+  const npy_array array = read(file, options);
+  EXPECT_EQ(array.missing_values, 1);
+  EXPECT_EQ(array.missing_weights, 1);
+  options.missing = missing_policy::error;
+  EXPECT_EQ(data_error_text([&] { read(file, options); }), "a.npy: missing value (NaN) at [1, 0]");
 }
 
 TEST(NpyErrors, SayWhyTheFileCannotBeRead) {

@@ -130,15 +130,17 @@ TEST(ReadMatrix, WeightsColumnNeedsRowsAsObservations) {
 
 TEST(ReadValues, OneRowOrOneColumn) {
   const scratch_dir dir;
-  const value_list column =
-      read_values(dir.write("c.csv", "w\n1\n2\n3\n"), element_type::f64, "--weights", heap());
+  const value_list column = read_values(dir.write("c.csv", "w\n1\n2\n3\n"), element_type::f64,
+                                        "--weights", missing_policy::skip, heap());
   EXPECT_EQ(column.count, 3);
   EXPECT_THAT(elements<double>(column.values, 3), ElementsAre(1, 2, 3));
-  const value_list row =
-      read_values(dir.write("r.csv", "4;5\n"), element_type::f32, "--mean", heap());
+  const value_list row = read_values(dir.write("r.csv", "4;5\n"), element_type::f32, "--mean",
+                                     missing_policy::skip, heap());
   EXPECT_THAT(elements<float>(row.values, 2), ElementsAre(4.0f, 5.0f));
   const std::string square = dir.write("s.csv", "1,2\n3,4\n");
-  EXPECT_EQ(data_error_text([&] { read_values(square, element_type::f64, "--mean", heap()); }),
+  EXPECT_EQ(data_error_text([&] {
+              read_values(square, element_type::f64, "--mean", missing_policy::skip, heap());
+            }),
             square + ": --mean needs one row or one column of values, the file has 2 rows of 2");
 }
 

@@ -1,9 +1,14 @@
 // libFuzzer target over the CSV and .npy parsers: any input either parses into a table whose
-// every element can be read, or is refused with data_error or usage_error. Anything else
-// (a crash, a sanitizer report, another exception) is a finding.
+// every element can be read, or is refused with data_error or usage_error, and the CSV reader
+// cut into chunks of a few bytes on several threads gives what it gives reading the text
+// whole. Anything else (a crash, a sanitizer report, another exception, a difference) is a
+// finding.
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory_resource>
+#include <optional>
+#include <string>
 #include <string_view>
 
 #include "csv_reader.hpp"
@@ -40,30 +45,74 @@ void refused_or_done(Action action) {
   }
 }
 
+// What a read gave: the table, or the message it was refused with.
+struct csv_outcome {
+  std::optional<tessel::csv_table> table;
+  std::string refusal;
+};
+
+csv_outcome read_csv(std::string_view text, tessel::csv_options options) {
+  csv_outcome outcome;
+  try {
+    tessel::progress silent;
+    outcome.table =
+        tessel::parse_csv(text, "fuzz.csv", options, *std::pmr::new_delete_resource(), silent);
+  } catch (const tessel::data_error& e) {
+    outcome.refusal = std::string("data: ") + e.what();
+  } catch (const tessel::usage_error& e) {
+    outcome.refusal = std::string("usage: ") + e.what();
+  }
+  return outcome;
+}
+
+std::size_t element_bytes(const tessel::csv_table& table) {
+  return tessel::size_of(table.type);
+}
+
+bool same_bytes(const tessel::block& a, const tessel::block& b, std::size_t bytes) {
+  return bytes == 0 || std::memcmp(a.as<char>(), b.as<char>(), bytes) == 0;
+}
+
+bool same_table(const tessel::csv_table& a, const tessel::csv_table& b, bool weights) {
+  const auto rows = static_cast<std::size_t>(a.n_rows);
+  const std::size_t cells = rows * static_cast<std::size_t>(a.n_columns) * element_bytes(a);
+  return a.n_rows == b.n_rows && a.n_columns == b.n_columns && a.names == b.names &&
+         a.delimiter == b.delimiter && a.missing_cells == b.missing_cells &&
+         a.missing_weights == b.missing_weights && same_bytes(a.cells, b.cells, cells) &&
+         (!weights || same_bytes(a.weights, b.weights, rows * element_bytes(a)));
+}
+
 void fuzz_csv(std::string_view text) {
   struct variant {
     tessel::element_type type;
     char delimiter;
     tessel::header_mode header;
     const char* weights_column;
+    tessel::missing_policy missing;
   };
   constexpr variant variants[] = {
-      {tessel::element_type::f64, 0, tessel::header_mode::detect, nullptr},
-      {tessel::element_type::f32, 0, tessel::header_mode::absent, nullptr},
-      {tessel::element_type::f64, ';', tessel::header_mode::present, "1"},
-      {tessel::element_type::f32, '\t', tessel::header_mode::detect, "w"},
+      {tessel::element_type::f64, 0, tessel::header_mode::detect, nullptr,
+       tessel::missing_policy::skip},
+      {tessel::element_type::f32, 0, tessel::header_mode::absent, nullptr,
+       tessel::missing_policy::error},
+      {tessel::element_type::f64, ';', tessel::header_mode::present, "1",
+       tessel::missing_policy::skip},
+      {tessel::element_type::f32, '\t', tessel::header_mode::detect, "w",
+       tessel::missing_policy::skip},
   };
   for (const variant& v : variants) {
-    refused_or_done([&] {
-      tessel::csv_options options;
-      options.type = v.type;
-      options.delimiter = v.delimiter;
-      options.header = v.header;
-      if (v.weights_column)
-        options.weights_column = v.weights_column;
-      tessel::progress silent;
-      const tessel::csv_table table =
-          tessel::parse_csv(text, "fuzz.csv", options, *std::pmr::new_delete_resource(), silent);
+    tessel::csv_options options;
+    options.type = v.type;
+    options.delimiter = v.delimiter;
+    options.header = v.header;
+    options.missing = v.missing;
+    if (v.weights_column)
+      options.weights_column = v.weights_column;
+    options.threads = 1;
+    options.chunk_bytes = text.size() + 1;
+    const csv_outcome whole = read_csv(text, options);
+    if (whole.table) {
+      const tessel::csv_table& table = *whole.table;
       if (table.n_rows <= 0 || table.n_columns <= 0)
         __builtin_trap();
       if (!table.names.empty() && table.names.size() != static_cast<std::size_t>(table.n_columns)) {
@@ -72,7 +121,16 @@ void fuzz_csv(std::string_view text) {
       touch(table.type, table.cells, table.n_rows * table.n_columns);
       if (v.weights_column)
         touch(table.type, table.weights, table.n_rows);
-    });
+    }
+    for (const std::size_t chunk_bytes : {std::size_t{1}, std::size_t{7}}) {
+      options.threads = 3;
+      options.chunk_bytes = chunk_bytes;
+      const csv_outcome chunked = read_csv(text, options);
+      if (chunked.refusal != whole.refusal || chunked.table.has_value() != whole.table.has_value())
+        __builtin_trap();
+      if (whole.table && !same_table(*whole.table, *chunked.table, v.weights_column != nullptr))
+        __builtin_trap();
+    }
   }
 }
 

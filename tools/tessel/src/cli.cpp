@@ -1,5 +1,7 @@
 #include "cli.hpp"
 
+#include <charconv>
+#include <string>
 #include <vector>
 
 #include <CLI/CLI.hpp>
@@ -23,13 +25,41 @@ CLI::Option* add_word(CLI::App& app, const std::string& name, std::string& targe
 struct describe_fields {
   describe_options options;
   std::string file, type, dims, weights_file, weights_column, mean_file, delimiter;
-  std::string rows_are = "observations", output = "table", header = "auto";
+  std::string rows_are = "observations", output = "table", header = "auto", missing = "skip";
+  std::string precision = "6";
 };
+
+constexpr int max_precision = 17;  // round-trip digits of a double
+
+// "full", or a number of significant digits from 1 to max_precision.
+std::string check_precision(const std::string& text) {
+  if (text == "full")
+    return "";
+  int digits = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), digits);
+  if (error != std::errc() || end != text.data() + text.size() || digits < 1 ||
+      digits > max_precision) {
+    return "give a number of significant digits from 1 to " + std::to_string(max_precision) +
+           ", or full";
+  }
+  return "";
+}
 
 void add_describe(CLI::App& app, describe_fields& fields) {
   CLI::App& describe = *app.add_subcommand(
       "describe",
       "Describe every dimension of a CSV or .npy file (the sample dataset without FILE)");
+  describe.footer(
+      "How the statistics are computed:\n"
+      "  on the CPU device  the library's central moments, accurate to the last digit, in one\n"
+      "                     call\n"
+      "  on a GPU           the mean first, then the library's sums of deviations from it, so\n"
+      "                     that a mean large against the spread costs no digits\n"
+      "  with --one-pass    every statistic as the library's entries give it; on a GPU they\n"
+      "                     expand raw power sums, which lose digits when the mean is large\n"
+      "                     against the spread\n"
+      "  min, quartiles and max are exact order statistics, found on the host; with weights\n"
+      "  they remain those of the values.");
   describe_options& options = fields.options;
   describe.add_option("FILE", fields.file, "CSV or NumPy .npy file")->type_name("FILE");
   describe
@@ -37,6 +67,8 @@ void add_describe(CLI::App& app, describe_fields& fields) {
                   "auto, cpu, gpu, or a device's name as `tessel devices` lists it "
                   "(default: auto)")
       ->type_name("DEVICE");
+  describe.add_flag("--one-pass", options.one_pass,
+                    "Every statistic as the library's entries give it (see below)");
   add_word(describe, "--type", fields.type, {"float", "double"},
            "Element type (default: double, or what a .npy file stores)");
   describe
@@ -65,6 +97,15 @@ void add_describe(CLI::App& app, describe_fields& fields) {
            "CSV delimiter (default: the most frequent in the first line)");
   add_word(describe, "--header", fields.header, {"auto", "yes", "no"},
            "Whether a CSV's first row holds names (default: auto)");
+  add_word(describe, "--missing", fields.missing, {"skip", "error"},
+           "Missing values (empty, NA, NaN, null, ...): skipped dimension by dimension, or "
+           "an error (default: skip)");
+  describe
+      .add_option("--precision", fields.precision,
+                  "Significant digits in the table, or full for round-trip digits (default: 6; "
+                  "CSV and JSON always carry round-trip digits)")
+      ->check(check_precision)
+      ->type_name("N|full");
 }
 
 std::optional<std::string> given(const CLI::App& app, const std::string& name,
@@ -95,6 +136,8 @@ describe_options finish(const CLI::App& describe, describe_fields& fields) {
   options.header = fields.header == "yes"  ? header_mode::present
                    : fields.header == "no" ? header_mode::absent
                                            : header_mode::detect;
+  options.missing = fields.missing == "error" ? missing_policy::error : missing_policy::skip;
+  options.precision = fields.precision == "full" ? 0 : std::stoi(fields.precision);
   return options;
 }
 

@@ -25,6 +25,9 @@ struct describe_options {
   bool all = false;
   char delimiter = 0;  // 0: detect
   header_mode header = header_mode::detect;
+  missing_policy missing = missing_policy::skip;
+  int precision = 6;  // significant digits in the table; 0: as many as round-trip needs
+  bool one_pass = false;
 };
 
 struct devices_options {};

@@ -6,8 +6,14 @@
 
 namespace tessel {
 
-csv_cursor::csv_cursor(std::string_view text, std::string_view file_name, char delimiter)
-    : text_(text), file_name_(file_name), delimiter_(delimiter) {}
+csv_cursor::csv_cursor(std::string_view text, std::string_view file_name, char delimiter,
+                       std::size_t position, std::int64_t line)
+    : text_(text),
+      file_name_(file_name),
+      delimiter_(delimiter),
+      pos_(position),
+      line_start_(position),
+      line_(line) {}
 
 csv_cell csv_cursor::next() {
   skip_blanks();

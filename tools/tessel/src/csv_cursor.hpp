@@ -18,8 +18,10 @@ struct csv_cell {
 
 class csv_cursor {
  public:
-  // Throws data_error for an unterminated quote and for text after a closing quote.
-  csv_cursor(std::string_view text, std::string_view file_name, char delimiter);
+  // Reads from `position`, the start of line `line`. Throws data_error for an unterminated
+  // quote and for text after a closing quote.
+  csv_cursor(std::string_view text, std::string_view file_name, char delimiter,
+             std::size_t position = 0, std::int64_t line = 1);
 
   bool at_end() const { return pos_ >= text_.size(); }
   std::size_t position() const { return pos_; }
@@ -43,9 +45,9 @@ class csv_cursor {
   std::string_view text_;
   std::string_view file_name_;
   char delimiter_;
-  std::size_t pos_ = 0;
-  std::size_t line_start_ = 0;
-  std::int64_t line_ = 1;
+  std::size_t pos_;
+  std::size_t line_start_;
+  std::int64_t line_;
 };
 
 // The text of a quoted cell with its "" escapes undone.

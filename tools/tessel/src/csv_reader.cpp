@@ -1,30 +1,32 @@
 #include "csv_reader.hpp"
 
 #include <algorithm>
+#include <cstring>
 #include <stdexcept>
 
 #include <fmt/format.h>
 
 #include "column_ref.hpp"
+#include "csv_chunks.hpp"
 #include "csv_cursor.hpp"
+#include "csv_rows.hpp"
 #include "errors.hpp"
 #include "number.hpp"
+#include "parallel.hpp"
 
 namespace tessel {
 namespace {
 
 constexpr std::string_view byte_order_mark = "\xef\xbb\xbf";
-
-bool is_blank_row(const csv_cell& first) {
-  return first.last_in_row && first.text.empty() && !first.quoted;
-}
+constexpr std::size_t min_chunk_bytes = std::size_t{1} << 20;
+constexpr std::size_t chunks_per_worker = 4;
 
 // The cells of the first row that is not blank; the cursor stands after it.
 std::vector<csv_cell> first_row(csv_cursor& cursor) {
   std::vector<csv_cell> cells;
   while (!cursor.at_end()) {
     csv_cell cell = cursor.next();
-    if (cells.empty() && is_blank_row(cell))
+    if (cells.empty() && cell.last_in_row && cell.text.empty() && !cell.quoted)
       continue;
     cells.push_back(cell);
     if (cell.last_in_row)
@@ -33,34 +35,12 @@ std::vector<csv_cell> first_row(csv_cursor& cursor) {
   return cells;
 }
 
-// "1,5" where the delimiter is not a comma: a number written with a decimal comma.
-bool has_decimal_comma(std::string_view text) {
-  const std::size_t comma = text.find(',');
-  if (comma == std::string_view::npos)
-    return false;
-  std::string with_point(text);
-  with_point[comma] = '.';
-  return parse_number<double>(with_point).status == number_status::ok;
-}
-
-template <class T>
-bool is_number(const csv_cell& cell) {
-  return !cell.escaped && parse_number<T>(cell.text).status != number_status::not_a_number;
-}
-
 template <class T>
 bool looks_like_header(const std::vector<csv_cell>& row) {
   return std::any_of(row.begin(), row.end(), [](const csv_cell& cell) {
-    return !cell.text.empty() && !is_number<T>(cell);
+    return cell.escaped || (!is_missing(cell.text) &&
+                            parse_number<T>(cell.text).status == number_status::not_a_number);
   });
-}
-
-// Every row ends in '\n' but the last, and holds n_columns cells of at least one byte with a
-// delimiter between them: the smaller bound keeps a file of blank lines under a wide header
-// from asking for more memory than a few times its own size.
-std::size_t count_rows_at_most(std::string_view text, std::size_t n_columns) {
-  const auto lines = static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) + 1;
-  return std::min(lines, (text.size() + 1) / (2 * n_columns));
 }
 
 template <class T>
@@ -72,20 +52,23 @@ class table_builder {
         file_name_(file_name),
         options_(options),
         memory_(memory),
-        progress_(progress) {}
+        progress_(progress),
+        workers_(options.threads ? options.threads : available_cores()) {}
 
   csv_table build() {
     if (text_.starts_with(byte_order_mark))
       text_.remove_prefix(byte_order_mark.size());
     table_.type = options_.type;
-    table_.delimiter = options_.delimiter ? options_.delimiter : detect_delimiter(text_);
+    shape_.delimiter = options_.delimiter ? options_.delimiter : detect_delimiter(text_);
+    shape_.missing = options_.missing;
+    table_.delimiter = shape_.delimiter;
 
-    csv_cursor cursor(text_, file_name_, table_.delimiter);
+    csv_cursor cursor(text_, file_name_, shape_.delimiter);
     const std::vector<csv_cell> first = first_row(cursor);
     if (first.empty())
       throw data_error_at(file_name_, 1, 1, "empty file");
-    n_file_columns_ = first.size();
-    first_line_ = first.front().line;
+    shape_.n_file_columns = first.size();
+    shape_.first_line = first.front().line;
     const bool header = options_.header == header_mode::present ||
                         (options_.header == header_mode::detect && looks_like_header<T>(first));
     std::vector<std::string> names;
@@ -93,119 +76,94 @@ class table_builder {
       for (const csv_cell& cell : first)
         names.push_back(unescape(cell));
     } else {
-      cursor = csv_cursor(text_, file_name_, table_.delimiter);
+      cursor = csv_cursor(text_, file_name_, shape_.delimiter);
     }
     if (options_.weights_column) {
-      weights_column_ = resolve_column("--weights-column", *options_.weights_column, names,
-                                       n_file_columns_, file_name_);
-      if (n_file_columns_ == 1) {
+      shape_.weights_column = resolve_column("--weights-column", *options_.weights_column, names,
+                                             shape_.n_file_columns, file_name_);
+      if (shape_.n_file_columns == 1) {
         throw usage_error(fmt::format(
             "--weights-column: {} has only that column, no dimension would be left", file_name_));
       }
       if (header)
-        names.erase(names.begin() + static_cast<std::ptrdiff_t>(*weights_column_));
+        names.erase(names.begin() + static_cast<std::ptrdiff_t>(*shape_.weights_column));
     }
     table_.names = std::move(names);
-    table_.n_columns = static_cast<std::int64_t>(n_file_columns_ - (weights_column_ ? 1 : 0));
+    table_.n_columns =
+        static_cast<std::int64_t>(shape_.n_file_columns - (shape_.weights_column ? 1 : 0));
 
-    allocate(count_rows_at_most(text_.substr(cursor.position()), n_file_columns_));
-    read_rows(cursor);
-    if (table_.n_rows == 0) {
-      throw data_error_at(file_name_, cursor.line(), cursor.column(),
-                          "no data rows after the header");
+    data_begin_ = cursor.position();
+    data_line_ = cursor.line();
+    data_column_ = cursor.column();
+    const std::size_t data = text_.size() - data_begin_;
+    const std::size_t chunk_bytes =
+        options_.chunk_bytes ? options_.chunk_bytes
+                             : std::max(min_chunk_bytes, data / (workers_ * chunks_per_worker) + 1);
+    if (!read(plan_chunks(text_, data_begin_, data_line_, shape_.n_file_columns, chunk_bytes,
+                          workers_))) {
+      // A chunk did not start at a row, which only a mistake earlier in the text can cause:
+      // reading it whole finds that mistake where it lies.
+      if (!read(plan_chunks(text_, data_begin_, data_line_, shape_.n_file_columns, data, 1)))
+        throw std::length_error("tessel: the CSV reader's row bound does not hold");
     }
+    if (table_.n_rows == 0)
+      throw data_error_at(file_name_, end_line_, end_column_, "no data rows after the header");
     return std::move(table_);
   }
 
  private:
+  // Reads every chunk into the table, or answers false when one of them turned out not to
+  // start at a row. Rethrows the first data error in the order of the text.
+  bool read(const std::vector<csv_chunk>& chunks) {
+    allocate(chunks.empty() ? 0 : chunks.back().first_row + chunks.back().max_rows);
+    const csv_row_reader<T> reader(text_, file_name_, shape_, table_.cells.template as<T>(),
+                                   table_.weights.template as<T>());
+    std::vector<chunk_result> results(chunks.size());
+    read_progress shared{{0}, data_begin_, progress_};
+    parallel_for(chunks.size(), workers_, [&](std::size_t j, unsigned worker) {
+      results[j] = reader.read(chunks[j], shared, worker);
+    });
+
+    table_.n_rows = 0;
+    table_.missing_cells = table_.missing_weights = 0;
+    end_line_ = data_line_;
+    end_column_ = data_column_;
+    for (std::size_t j = 0; j < chunks.size(); ++j) {
+      if (results[j].error)
+        std::rethrow_exception(results[j].error);
+      if (!results[j].consistent)
+        return false;
+      close_gap(chunks[j], results[j].rows);
+      table_.missing_cells += results[j].missing_cells;
+      table_.missing_weights += results[j].missing_weights;
+      end_line_ = results[j].end_line;
+      end_column_ = results[j].end_column;
+    }
+    return true;
+  }
+
   void allocate(std::size_t max_rows) {
     const auto columns = static_cast<std::size_t>(table_.n_columns);
     if (max_rows > SIZE_MAX / sizeof(T) / columns)
       throw std::bad_alloc();
     table_.cells = block(memory_, max_rows * columns * sizeof(T));
-    if (weights_column_)
-      table_.weights = block(memory_, max_rows * sizeof(T));
-    cells_ = table_.cells.template as<T>();
-    weights_ = table_.weights.template as<T>();
-    max_rows_ = max_rows;
+    table_.weights = shape_.weights_column ? block(memory_, max_rows * sizeof(T)) : block();
   }
 
-  void read_rows(csv_cursor& cursor) {
-    while (!cursor.at_end()) {
-      csv_cell cell = cursor.next();
-      if (is_blank_row(cell))
-        continue;
-      for (std::size_t column = 0;; ++column) {
-        if (column == n_file_columns_)
-          report_long_row(cursor, cell);
-        store(cell, column);
-        if (cell.last_in_row) {
-          if (column + 1 < n_file_columns_)
-            report_short_row(cell, column + 1);
-          break;
-        }
-        cell = cursor.next();
+  // Moves a chunk's rows down to follow the rows before it, when the chunks before left room.
+  void close_gap(const csv_chunk& chunk, std::size_t rows) {
+    const auto row = static_cast<std::size_t>(table_.n_rows);
+    if (chunk.first_row != row && rows > 0) {
+      const auto columns = static_cast<std::size_t>(table_.n_columns);
+      T* const cells = table_.cells.template as<T>();
+      std::memmove(cells + row * columns, cells + chunk.first_row * columns,
+                   rows * columns * sizeof(T));
+      if (shape_.weights_column) {
+        T* const weights = table_.weights.template as<T>();
+        std::memmove(weights + row, weights + chunk.first_row, rows * sizeof(T));
       }
-      if (static_cast<std::size_t>(table_.n_rows) == max_rows_) {
-        throw std::length_error("tessel: the CSV reader's row bound does not hold");
-      }
-      ++table_.n_rows;
-      progress_.update(cursor.position());
     }
-  }
-
-  // A row past the bound cannot be a whole row: it is checked but kept nowhere, and its
-  // error is reported when it is found.
-  void store(const csv_cell& cell, std::size_t column) {
-    const T value = to_number(cell);
-    if (static_cast<std::size_t>(table_.n_rows) == max_rows_)
-      return;
-    if (weights_column_ && column == *weights_column_) {
-      weights_[table_.n_rows] = value;
-      return;
-    }
-    const std::size_t skip = weights_column_ && column > *weights_column_ ? 1 : 0;
-    cells_[static_cast<std::size_t>(table_.n_rows) * static_cast<std::size_t>(table_.n_columns) +
-           column - skip] = value;
-  }
-
-  T to_number(const csv_cell& cell) const {
-    if (cell.text.empty())
-      throw data_error_at(file_name_, cell.line, cell.column, "empty cell");
-    const parsed_number<T> number = cell.escaped ? parsed_number<T>{} : parse_number<T>(cell.text);
-    switch (number.status) {
-      case number_status::ok:
-        return number.value;
-      case number_status::out_of_range:
-        throw data_error_at(file_name_, cell.line, cell.column,
-                            fmt::format("number {} is out of range for {}",
-                                        quoted_excerpt(cell.text), name_of(options_.type)));
-      case number_status::not_a_number:
-        break;
-    }
-    throw data_error_at(file_name_, cell.line, cell.column,
-                        "non-numeric cell " + quoted_excerpt(cell.text) +
-                            (has_decimal_comma(cell.text) ? " (tessel reads decimal points, not "
-                                                            "decimal commas)"
-                                                          : ""));
-  }
-
-  [[noreturn]] void report_long_row(csv_cursor& cursor, const csv_cell& extra) const {
-    std::size_t cells = n_file_columns_ + 1;
-    for (csv_cell cell = extra; !cell.last_in_row; cell = cursor.next())
-      ++cells;
-    throw ragged(extra.line, extra.column, cells);
-  }
-
-  [[noreturn]] void report_short_row(const csv_cell& last, std::size_t cells) const {
-    const std::size_t width = last.text.size() + (last.quoted ? 2 : 0);
-    throw ragged(last.line, last.column + static_cast<std::int64_t>(width), cells);
-  }
-
-  data_error ragged(std::int64_t line, std::int64_t column, std::size_t cells) const {
-    return data_error_at(file_name_, line, column,
-                         fmt::format("ragged row: {} cells where line {} has {}", cells,
-                                     first_line_, n_file_columns_));
+    table_.n_rows += static_cast<std::int64_t>(rows);
   }
 
   std::string_view text_;
@@ -213,13 +171,14 @@ class table_builder {
   const csv_options& options_;
   std::pmr::memory_resource& memory_;
   progress& progress_;
+  unsigned workers_;
+  csv_row_shape shape_;
   csv_table table_;
-  std::size_t n_file_columns_ = 0;
-  std::int64_t first_line_ = 1;
-  std::optional<std::size_t> weights_column_;
-  T* cells_ = nullptr;
-  T* weights_ = nullptr;
-  std::size_t max_rows_ = 0;
+  std::size_t data_begin_ = 0;
+  std::int64_t data_line_ = 1;
+  std::int64_t data_column_ = 1;
+  std::int64_t end_line_ = 1;
+  std::int64_t end_column_ = 1;
 };
 
 }  // namespace

@@ -19,20 +19,21 @@ block copy_selection(const std::vector<std::int64_t>& selection,
   return copy;
 }
 
-block read_weights(const std::string& path, const matrix& data, std::pmr::memory_resource& memory) {
-  value_list weights = read_values(path, data.type, "--weights", memory);
+value_list read_weights(const std::string& path, const matrix& data, missing_policy missing,
+                        std::pmr::memory_resource& memory) {
+  value_list weights = read_values(path, data.type, "--weights", missing, memory);
   if (weights.count != data.n_observations) {
     throw data_error(fmt::format("{}: --weights has {} values, the data has {} observations", path,
                                  weights.count, data.n_observations));
   }
-  return std::move(weights.values);
+  return weights;
 }
 
 // One mean per dimension, or one per selected dimension spread over the selected ones.
 block read_user_mean(const std::string& path, const matrix& data,
                      const std::vector<std::int64_t>& selection,
                      std::pmr::memory_resource& memory) {
-  value_list means = read_values(path, data.type, "--mean", memory);
+  value_list means = read_values(path, data.type, "--mean", missing_policy::error, memory);
   const auto selected = std::count(selection.begin(), selection.end(), 1);
   if (means.count == data.n_dims)
     return std::move(means.values);
@@ -66,6 +67,7 @@ describe_input prepare_describe(const describe_options& options, const std::stri
   reading.delimiter = options.delimiter;
   reading.header = options.header;
   reading.weights_column = options.weights_column;
+  reading.missing = options.missing;
 
   describe_input input;
   input.data = read_matrix(path, reading, memory);
@@ -78,9 +80,12 @@ describe_input prepare_describe(const describe_options& options, const std::stri
   }
   if (options.weights_column) {
     input.weights = std::move(input.data.weights);
+    input.missing_weights = data.missing_weights;
     input.result.weights = fmt::format("column {} of {}", *options.weights_column, path);
   } else if (options.weights_file) {
-    input.weights = read_weights(*options.weights_file, data, memory);
+    value_list weights = read_weights(*options.weights_file, data, options.missing, memory);
+    input.weights = std::move(weights.values);
+    input.missing_weights = weights.missing;
     input.result.weights = *options.weights_file;
   }
   if (options.mean_file) {
@@ -95,6 +100,8 @@ describe_input prepare_describe(const describe_options& options, const std::stri
   result.n_observations = data.n_observations;
   result.n_dims = data.n_dims;
   result.all = options.all;
+  result.missing_values = data.missing_values;
+  result.missing_weights = input.missing_weights;
   for (std::size_t d = 0; d < selection.size(); ++d) {
     if (selection[d] == 0)
       continue;

@@ -14,10 +14,11 @@ namespace tessel {
 
 struct describe_input {
   matrix data;
-  block selection;         // n_dims std::int64_t, 1 selects; empty when every dimension is selected
-  block weights;           // n_observations elements of data.type, or empty
-  block user_mean;         // n_dims elements of data.type, or empty
-  describe_result result;  // source, shape and selected dimensions; no values yet
+  block selection;  // n_dims std::int64_t, 1 selects; empty when every dimension is selected
+  block weights;    // n_observations elements of data.type, or empty
+  std::int64_t missing_weights = 0;  // NaN among the weights: observations no dimension uses
+  block user_mean;                   // n_dims elements of data.type, or empty
+  describe_result result;            // source, shape and selected dimensions; no values yet
 };
 
 // Reads `path` and the files the options name. Throws data_error and usage_error.

@@ -22,6 +22,9 @@ enum class statistic {
   skewness,
   kurtosis,
   min,
+  q1,
+  median,
+  q3,
   max,
   raw_sum,
   raw_sum2,
@@ -37,13 +40,33 @@ enum class statistic {
   central_moment4,
 };
 
+// How the central statistics were found. moments: the library's central moments, which the
+// CPU device computes accurately in one call; about_mean: the mean first, then the library's
+// sums of deviations from it; one_pass: every statistic as the library's entries give it.
+enum class compute_method { moments, about_mean, one_pass };
+
+struct compute_method_info {
+  std::string_view key;          // JSON
+  std::string_view description;  // the table's preamble
+};
+
+inline constexpr std::array<compute_method_info, 3> compute_methods = {{
+    {"moments", "the library's central moments"},
+    {"about_mean", "the mean first, then sums of deviations from it"},
+    {"one_pass", "one pass, every statistic as the library gives it"},
+}};
+
+constexpr const compute_method_info& info_of(compute_method method) {
+  return compute_methods[static_cast<std::size_t>(method)];
+}
+
 struct statistic_info {
   statistic id;
   std::string_view key;    // CSV column and JSON member
   std::string_view label;  // table row
 };
 
-inline constexpr std::array<statistic_info, 22> all_statistics = {{
+inline constexpr std::array<statistic_info, 25> all_statistics = {{
     {statistic::count, "count", "count"},
     {statistic::mean, "mean", "mean"},
     {statistic::user_mean, "user_mean", "user mean"},
@@ -53,6 +76,9 @@ inline constexpr std::array<statistic_info, 22> all_statistics = {{
     {statistic::skewness, "skewness", "skewness"},
     {statistic::kurtosis, "kurtosis", "kurtosis"},
     {statistic::min, "min", "min"},
+    {statistic::q1, "q1", "25%"},
+    {statistic::median, "median", "50%"},
+    {statistic::q3, "q3", "75%"},
     {statistic::max, "max", "max"},
     {statistic::raw_sum, "raw_sum", "raw sum"},
     {statistic::raw_sum2, "raw_sum2", "raw sum 2"},
@@ -68,14 +94,15 @@ inline constexpr std::array<statistic_info, 22> all_statistics = {{
     {statistic::central_moment4, "central_moment4", "central moment 4"},
 }};
 
-// The first ten are always shown (user_mean only with --mean); --all adds the sums and moments.
-inline constexpr std::size_t basic_statistic_count = 10;
+// The first thirteen are always shown (user_mean only with --mean); --all adds the sums and
+// moments.
+inline constexpr std::size_t basic_statistic_count = 13;
 
 struct dimension_summary {
   std::int64_t index = 0;
   std::string name;
   // By statistic; a float run's values are floats widened to double, so printing them as
-  // float gives the library's exact result back.
+  // float gives the computed float back. NaN where a dimension has no values.
   std::array<double, all_statistics.size()> values{};
 
   double operator[](statistic s) const { return values[static_cast<std::size_t>(s)]; }
@@ -91,6 +118,9 @@ struct describe_result {
   std::int64_t n_dims = 0;
   std::string weights;    // where the weights came from; empty without weights
   std::string user_mean;  // where the caller's means came from; empty when none were given
+  compute_method method = compute_method::moments;
+  std::int64_t missing_values = 0;   // in the file's dimensions, left out where they are
+  std::int64_t missing_weights = 0;  // their observations left out of every dimension
   bool all = false;
   std::vector<dimension_summary> dimensions;  // the selected ones, in the file's order
 

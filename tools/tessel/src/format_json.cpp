@@ -41,6 +41,9 @@ std::string format_json(const describe_result& result) {
       {"dimensions_in_file", result.n_dims},
       {"weights_from", text_or_null(result.weights)},
       {"user_mean_from", text_or_null(result.user_mean)},
+      {"method", info_of(result.method).key},
+      {"missing_values", result.missing_values},
+      {"missing_weights", result.missing_weights},
   };
   json& dimensions = document["dimensions"] = json::array();
   const std::vector<statistic_info> columns = result.statistics();

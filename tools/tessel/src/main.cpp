@@ -36,7 +36,7 @@ std::size_t terminal_width() {
   return size.ws_col;
 }
 
-std::string render(const describe_result& result, output_format format) {
+std::string render(const describe_result& result, output_format format, int precision) {
   switch (format) {
     case output_format::csv:
       return format_csv(result);
@@ -45,7 +45,7 @@ std::string render(const describe_result& result, output_format format) {
     case output_format::table:
       break;
   }
-  return format_table(result, terminal_width());
+  return format_table(result, terminal_width(), precision);
 }
 
 // The whole text at once, and only after every statistic is known.
@@ -63,8 +63,8 @@ int run(const describe_options& options) {
   usm_resource memory(queue);
   describe_input input = prepare_describe(options, path, memory);
   input.result.device = queue.get_device().get_info<sycl::info::device::name>();
-  compute(input, queue);
-  return print(render(input.result, options.output));
+  compute(input, queue, options.one_pass);
+  return print(render(input.result, options.output, options.precision));
 }
 
 int run(const devices_options&) {

@@ -17,7 +17,9 @@ struct matrix {
   std::int64_t n_observations = 0;
   block values;   // n_dims * n_observations elements of `type`, laid out by `layout`
   block weights;  // n_observations elements when a weights column was taken out
-  std::vector<std::string> names;  // one per dimension: the header's names, else "0", "1", ...
+  std::int64_t missing_values = 0;   // elements of `values` that are NaN: missing
+  std::int64_t missing_weights = 0;  // and of `weights`
+  std::vector<std::string> names;    // one per dimension: the header's names, else "0", "1", ...
 };
 
 }  // namespace tessel

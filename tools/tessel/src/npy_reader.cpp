@@ -101,6 +101,51 @@ class element_copy {
   progress& progress_;
 };
 
+// A NaN element is a missing value; with missing_policy::error the first one in the file's
+// order is refused.
+template <class T>
+void count_missing(const npy_header& header, std::string_view file_name,
+                   std::optional<std::size_t> weights_column, missing_policy policy,
+                   npy_array& array) {
+  const auto rows = static_cast<std::size_t>(array.n_rows);
+  const auto kept = static_cast<std::size_t>(array.n_columns);
+  struct place {
+    std::size_t row, column;
+  };
+  std::optional<place> first;
+  const auto consider = [&](place at) {
+    const auto order = [&](place p) {
+      return header.fortran_order ? std::pair(p.column, p.row) : std::pair(p.row, p.column);
+    };
+    if (!first || order(at) < order(*first))
+      first = at;
+  };
+  const T* const values = array.values.template as<T>();
+  for (std::size_t k = 0; k < rows * kept; ++k) {
+    if (!std::isnan(values[k]))
+      continue;
+    ++array.missing_values;
+    if (array.missing_values == 1) {
+      const std::size_t row = header.fortran_order ? k % rows : k / kept;
+      const std::size_t column = header.fortran_order ? k / rows : k % kept;
+      consider({row, column + (weights_column && column >= *weights_column ? 1 : 0)});
+    }
+  }
+  if (weights_column) {
+    const T* const weights = array.weights.template as<T>();
+    for (std::size_t r = 0; r < rows; ++r) {
+      if (!std::isnan(weights[r]))
+        continue;
+      if (++array.missing_weights == 1)
+        consider({r, *weights_column});
+    }
+  }
+  if (first && policy == missing_policy::error) {
+    throw data_error(
+        fmt::format("{}: missing value (NaN) at [{}, {}]", file_name, first->row, first->column));
+  }
+}
+
 template <class T>
 void copy_elements(const npy_header& header, std::string_view bytes, std::string_view file_name,
                    std::optional<std::size_t> weights_column, npy_array& array,
@@ -148,8 +193,10 @@ npy_array read_npy(std::string_view bytes, std::string_view file_name, const npy
     array.weights = block(memory, rows * element_size);
   if (array.type == element_type::f32) {
     copy_elements<float>(header, bytes, file_name, weights_column, array, progress);
+    count_missing<float>(header, file_name, weights_column, options.missing, array);
   } else {
     copy_elements<double>(header, bytes, file_name, weights_column, array, progress);
+    count_missing<double>(header, file_name, weights_column, options.missing, array);
   }
   return array;
 }

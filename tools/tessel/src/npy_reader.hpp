@@ -10,13 +10,15 @@
 
 #include "block.hpp"
 #include "element_type.hpp"
+#include "missing.hpp"
 #include "progress.hpp"
 
 namespace tessel {
 
 struct npy_options {
-  std::optional<element_type> type;           // unset: the type the file stores
-  std::optional<std::string> weights_column;  // a column number (axis 1) of a 2-D array
+  std::optional<element_type> type;               // unset: the type the file stores
+  std::optional<std::string> weights_column;      // a column number (axis 1) of a 2-D array
+  missing_policy missing = missing_policy::skip;  // NaN elements are missing values
 };
 
 struct npy_array {
@@ -26,7 +28,9 @@ struct npy_array {
   std::int64_t n_columns = 0;  // extent of axis 1 without the weights column; 1 for a 1-D array
   bool fortran_order = false;  // true: values[r + c * n_rows], else values[r * n_columns + c]
   block values;
-  block weights;  // n_rows elements when a weights column was asked for
+  block weights;                     // n_rows elements when a weights column was asked for
+  std::int64_t missing_values = 0;   // NaN elements of `values`
+  std::int64_t missing_weights = 0;  // and of `weights`
 };
 
 // Throws data_error with the reason for a file it cannot read, and usage_error for a weights

@@ -1,31 +1,8 @@
 #include "number.hpp"
 
-#include <charconv>
-#include <cmath>
-#include <cstdlib>
-#include <string>
-#include <type_traits>
+#include <fast_float/fast_float.h>
 
 namespace tessel {
-namespace {
-
-// from_chars reports underflow and overflow alike; strtod tells them apart by its result.
-template <class T>
-parsed_number<T> classify_out_of_range(std::string_view text) {
-  const std::string copy(text);
-  char* end = nullptr;
-  T value;
-  if constexpr (std::is_same_v<T, float>) {
-    value = std::strtof(copy.c_str(), &end);
-  } else {
-    value = std::strtod(copy.c_str(), &end);
-  }
-  if (std::isinf(value))
-    return {number_status::out_of_range, 0};
-  return {number_status::ok, value};
-}
-
-}  // namespace
 
 template <class T>
 parsed_number<T> parse_number(std::string_view text) {
@@ -34,13 +11,11 @@ parsed_number<T> parse_number(std::string_view text) {
   }
   T value = 0;
   const char* const last = text.data() + text.size();
-  const auto [end, error] = std::from_chars(text.data(), last, value);
-  if (end != last || text.empty())
+  const auto [end, error] = fast_float::from_chars(text.data(), last, value);
+  if (text.empty() || error != std::errc() || end != last)
     return {number_status::not_a_number, 0};
-  if (error == std::errc::result_out_of_range)
-    return classify_out_of_range<T>(text);
-  if (error != std::errc())
-    return {number_status::not_a_number, 0};
+  if (!is_in_range(value, text.data()))
+    return {number_status::out_of_range, 0};
   return {number_status::ok, value};
 }
 

@@ -44,12 +44,15 @@ matrix from_csv(const mapped_file& file, const read_options& options,
   csv.header = options.header;
   csv.type = options.type.value_or(element_type::f64);
   csv.weights_column = options.weights_column;
+  csv.missing = options.missing;
   progress shown = progress::for_file(file.path(), file.size());
   csv_table table = parse_csv(file.text(), file.path(), csv, memory, shown);
   matrix result =
       shape_matrix(table.type, table.n_rows, table.n_columns, true, options.orientation);
   result.values = std::move(table.cells);
   result.weights = std::move(table.weights);
+  result.missing_values = table.missing_cells;
+  result.missing_weights = table.missing_weights;
   const bool named = options.orientation == rows_are::observations && !table.names.empty();
   result.names = named ? std::move(table.names) : index_names(result.n_dims);
   return result;
@@ -60,6 +63,7 @@ matrix from_npy(const mapped_file& file, const read_options& options,
   npy_options npy;
   npy.type = options.type;
   npy.weights_column = options.weights_column;
+  npy.missing = options.missing;
   progress shown = progress::for_file(file.path(), file.size());
   npy_array array = read_npy(file.text(), file.path(), npy, memory, shown);
   matrix result = shape_matrix(array.type, array.n_rows, array.n_columns, !array.fortran_order,
@@ -70,6 +74,8 @@ matrix from_npy(const mapped_file& file, const read_options& options,
   }
   result.values = std::move(array.values);
   result.weights = std::move(array.weights);
+  result.missing_values = array.missing_values;
+  result.missing_weights = array.missing_weights;
   result.names = index_names(result.n_dims);
   return result;
 }
@@ -88,9 +94,10 @@ matrix read_matrix(const std::string& path, const read_options& options,
 }
 
 value_list read_values(const std::string& path, element_type type, std::string_view option,
-                       std::pmr::memory_resource& memory) {
+                       missing_policy missing, std::pmr::memory_resource& memory) {
   read_options options;
   options.type = type;
+  options.missing = missing;
   matrix list = read_matrix(path, options, memory);
   if (list.n_dims > 1 && list.n_observations > 1) {
     throw data_error(
@@ -98,7 +105,7 @@ value_list read_values(const std::string& path, element_type type, std::string_v
                     "rows of {}",
                     path, option, list.n_observations, list.n_dims));
   }
-  return {list.n_dims * list.n_observations, std::move(list.values)};
+  return {list.n_dims * list.n_observations, std::move(list.values), list.missing_values};
 }
 
 }  // namespace tessel

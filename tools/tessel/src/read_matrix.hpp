@@ -21,6 +21,7 @@ struct read_options {
   char delimiter = 0;  // CSV only; 0 detects it
   header_mode header = header_mode::detect;
   std::optional<std::string> weights_column;
+  missing_policy missing = missing_policy::skip;
 };
 
 matrix read_matrix(const std::string& path, const read_options& options,
@@ -30,9 +31,10 @@ matrix read_matrix(const std::string& path, const read_options& options,
 struct value_list {
   std::int64_t count = 0;
   block values;
+  std::int64_t missing = 0;  // NaN among the values
 };
 
 value_list read_values(const std::string& path, element_type type, std::string_view option,
-                       std::pmr::memory_resource& memory);
+                       missing_policy missing, std::pmr::memory_resource& memory);
 
 }  // namespace tessel
