@@ -3,6 +3,8 @@
 #include <boost/context/protected_fixedsize_stack.hpp>
 #include <boost/context/stack_traits.hpp>
 
+#include <memory>
+
 #if defined(TESSEL_SANITIZE_ADDRESS)
 #include <sanitizer/asan_interface.h>
 #include <sanitizer/common_interface_defs.h>
@@ -29,15 +31,6 @@ boost::context::protected_fixedsize_stack stack_allocator() {
   return boost::context::protected_fixedsize_stack(stack_bytes);
 }
 
-void before_switch([[maybe_unused]] void** fake_stack_save, [[maybe_unused]] fiber_context& to) {
-#if defined(TESSEL_SANITIZE_ADDRESS)
-  __sanitizer_start_switch_fiber(fake_stack_save, to.stack_bottom, to.stack_size);
-#endif
-#if defined(TESSEL_SANITIZE_THREAD)
-  __tsan_switch_to_fiber(to.tsan_fiber, 0);
-#endif
-}
-
 // Runs in the context that has just been switched to: records where the
 // sender was suspended, and, for the thread's own stack, where that stack is.
 void after_switch([[maybe_unused]] void* fake_stack, fctx::transfer_t t) {
@@ -54,46 +47,43 @@ void after_switch([[maybe_unused]] void* fake_stack, fctx::transfer_t t) {
 
 }  // namespace
 
-fiber_stack_pool::~fiber_stack_pool() {
+fiber_pool::~fiber_pool() {
   auto allocator = stack_allocator();
-  for (fiber_stack* s : all_) {
-#if defined(TESSEL_SANITIZE_THREAD)
-    if (s->tsan_fiber != nullptr)
-      __tsan_destroy_fiber(s->tsan_fiber);
+  for (fiber* f : all_) {
+#if defined(TESSEL_SANITIZE_ADDRESS)
+    // A fiber suspended in its loop leaves poisoned redzones in frames that
+    // never return; the memory must not carry them to its next owner.
+    ASAN_UNPOISON_MEMORY_REGION(f->context.stack_bottom, f->context.stack_size);
 #endif
-    allocator.deallocate(s->stack);
-    delete s;
+#if defined(TESSEL_SANITIZE_THREAD)
+    __tsan_destroy_fiber(f->context.tsan_fiber);
+#endif
+    allocator.deallocate(f->stack);
+    delete f;
   }
 }
 
-fiber_stack* fiber_stack_pool::acquire() {
+fiber* fiber_pool::acquire() {
   if (!free_.empty()) {
-    fiber_stack* s = free_.back();
+    fiber* f = free_.back();
     free_.pop_back();
-    return s;
+    return f;
   }
   all_.reserve(all_.size() + 1);
   free_.reserve(all_.size() + 1);
-  auto* s = new fiber_stack{stack_allocator().allocate(), nullptr};
-  all_.push_back(s);
-  return s;
-}
-
-void make_fiber(fiber_context& ctx, fiber_stack& stack, fiber_entry entry) {
+  auto made = std::make_unique<fiber>();
+  made->stack = stack_allocator().allocate();
+  fiber_context& ctx = made->context;
   const std::size_t guard = boost::context::stack_traits::page_size();
-  char* top = static_cast<char*>(stack.stack.sp);
-  ctx.stack_bottom = top - stack.stack.size + guard;
-  ctx.stack_size = stack.stack.size - guard;
-  ctx.fake_stack = nullptr;
+  char* top = static_cast<char*>(made->stack.sp);
+  ctx.stack_bottom = top - made->stack.size + guard;
+  ctx.stack_size = made->stack.size - guard;
 #if defined(TESSEL_SANITIZE_THREAD)
-  // A fiber that has exited keeps the shadow frames that never returned;
-  // reusing it would grow its shadow stack with every start until it overflows.
-  if (stack.tsan_fiber != nullptr)
-    __tsan_destroy_fiber(stack.tsan_fiber);
-  stack.tsan_fiber = __tsan_create_fiber(0);
+  ctx.tsan_fiber = __tsan_create_fiber(0);
 #endif
-  ctx.tsan_fiber = stack.tsan_fiber;
-  ctx.fctx = fctx::make_fcontext(top, stack.stack.size - guard, entry);
+  ctx.fctx = fctx::make_fcontext(top, ctx.stack_size, entry_);
+  all_.push_back(made.get());
+  return made.release();
 }
 
 void adopt_thread(fiber_context& ctx) {
@@ -104,24 +94,14 @@ void adopt_thread(fiber_context& ctx) {
 }
 
 void switch_fiber(fiber_context& from, fiber_context& to) {
-  before_switch(&from.fake_stack, to);
+#if defined(TESSEL_SANITIZE_ADDRESS)
+  __sanitizer_start_switch_fiber(&from.fake_stack, to.stack_bottom, to.stack_size);
+#endif
+#if defined(TESSEL_SANITIZE_THREAD)
+  __tsan_switch_to_fiber(to.tsan_fiber, 0);
+#endif
   const fctx::transfer_t t = fctx::jump_fcontext(to.fctx, &from);
   after_switch(from.fake_stack, t);
-}
-
-void exit_fiber(fiber_context& from, fiber_context& to) {
-#if defined(TESSEL_SANITIZE_ADDRESS)
-  // The frames above this one never return, so their redzones would stay
-  // poisoned for the next fiber on this stack. Frames below have returned.
-  char* top = static_cast<char*>(const_cast<void*>(from.stack_bottom)) + from.stack_size;
-  char* low = static_cast<char*>(__builtin_frame_address(0)) - 4096;
-  if (low < from.stack_bottom)
-    low = static_cast<char*>(const_cast<void*>(from.stack_bottom));
-  ASAN_UNPOISON_MEMORY_REGION(low, static_cast<std::size_t>(top - low));
-#endif
-  before_switch(nullptr, to);
-  fctx::jump_fcontext(to.fctx, &from);
-  __builtin_unreachable();
 }
 
 void enter_fiber(fctx::transfer_t t) {

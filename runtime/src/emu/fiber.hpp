@@ -1,5 +1,6 @@
-// Execution contexts for work-items: fibers on pooled stacks, switched with
-// Boost.Context's fcontext, with the stack-switch notes the sanitizers need.
+// Execution contexts for work-items: long-lived fibers on pooled stacks,
+// switched with Boost.Context's fcontext, with the stack-switch notes the
+// sanitizers need.
 #pragma once
 
 #include <boost/context/detail/fcontext.hpp>
@@ -20,41 +21,41 @@ struct fiber_context {
   void* tsan_fiber = nullptr;  // ThreadSanitizer's fiber (or the thread's own)
 };
 
-// A stack with a guard page, and the sanitizer fiber of the fiber last started on it.
-struct fiber_stack {
+// A fiber with a stack of its own. Its entry never returns: it loops, taking
+// one piece of work after another, so the fiber and its sanitizer state are
+// made once and live as long as the pool.
+struct fiber {
+  fiber_context context;
   boost::context::stack_context stack;
-  void* tsan_fiber = nullptr;
-};
-
-// Stacks of one worker thread, reused from group to group.
-class fiber_stack_pool {
- public:
-  fiber_stack_pool() = default;
-  fiber_stack_pool(const fiber_stack_pool&) = delete;
-  fiber_stack_pool& operator=(const fiber_stack_pool&) = delete;
-  ~fiber_stack_pool();
-
-  fiber_stack* acquire();
-  void release(fiber_stack* s) { free_.push_back(s); }
-
- private:
-  std::vector<fiber_stack*> all_;
-  std::vector<fiber_stack*> free_;
 };
 
 using fiber_entry = void (*)(boost::context::detail::transfer_t);
 
-// Prepares `ctx` to start `entry` on `stack`.
-void make_fiber(fiber_context& ctx, fiber_stack& stack, fiber_entry entry);
+// Fibers of one thread, made on first need and reused from group to group.
+// They never move to another thread.
+class fiber_pool {
+ public:
+  explicit fiber_pool(fiber_entry entry) : entry_(entry) {}
+  fiber_pool(const fiber_pool&) = delete;
+  fiber_pool& operator=(const fiber_pool&) = delete;
+  ~fiber_pool();
+
+  // An idle fiber: one that has not started yet, or one suspended in its
+  // entry's loop waiting for work.
+  fiber* acquire();
+  void release(fiber* f) { free_.push_back(f); }
+
+ private:
+  fiber_entry entry_;
+  std::vector<fiber*> all_;
+  std::vector<fiber*> free_;
+};
 
 // Marks the calling thread's own context as the one fibers return to.
 void adopt_thread(fiber_context& ctx);
 
 // Suspends `from` and runs `to`; returns when something switches back to `from`.
 void switch_fiber(fiber_context& from, fiber_context& to);
-
-// Leaves a fiber that has finished for good; its stack may be reused at once.
-[[noreturn]] void exit_fiber(fiber_context& from, fiber_context& to);
 
 // First thing a fiber entry does with the transfer that started it.
 void enter_fiber(boost::context::detail::transfer_t t);

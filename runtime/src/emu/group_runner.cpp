@@ -66,19 +66,15 @@ std::exception_ptr group_runner::run(const nd_range_launch& launch, std::size_t 
   if (records_.empty())
     records_.resize(4);
   records_base_ = records_count_ = 0;
-  started_ = finished_ = 0;
+  finished_ = 0;
   fewest_passed_by_finished_ = UINT64_MAX;
-  direct_ = cancelled_ = false;
+  cancelled_ = false;
   error_ = nullptr;
 
   running = this;
   adopt_thread(thread_context_);
   for (;;) {
-    if (direct_) {
-      run_remaining_directly();
-      break;
-    }
-    work_item* next = next_ready();
+    work_item* next = next_ready(nullptr);
     if (next == nullptr) {
       if (finished_ == size_ || cancelled_)
         break;
@@ -92,19 +88,23 @@ std::exception_ptr group_runner::run(const nd_range_launch& launch, std::size_t 
       continue;
     }
     current_ = next;
-    switch_fiber(thread_context_, next->context);
+    switch_fiber(thread_context_, next->runs_on->context);
   }
   running = nullptr;
   current_ = nullptr;
   return std::exchange(error_, nullptr);
 }
 
+// Never returns: each pass runs one item, and finish() comes back only when
+// this fiber has its next item, of this group or of a later one.
 void group_runner::fiber_main(boost::context::detail::transfer_t t) {
   enter_fiber(t);
   group_runner& group = *running;
-  work_item& self = *group.current_;
-  group.execute(self);
-  group.finish(self);
+  for (;;) {
+    work_item& self = *group.current_;
+    group.execute(self);
+    group.finish(self);
+  }
 }
 
 void group_runner::execute(work_item& self) noexcept {
@@ -134,38 +134,32 @@ void group_runner::finish(work_item& self) {
       fewest_passed_by_finished_ = self.passed;
       first_finished_ = self.local_id;
     }
-    // The first item got through without a collective, so every item must:
-    // the rest run on the thread's own stack.
-    direct_ = !error_ && self.passed == 0 && started_ == 1;
   }
   if (error_ && !cancelled_)
     cancel();
-  switch_to_next(self, true);
-}
-
-void group_runner::run_remaining_directly() {
-  while (ready_count_ > 0 && !error_) {
-    work_item& item = items_[ready_[ready_head_]];
-    ready_head_ = ready_head_ + 1 == size_ ? 0 : ready_head_ + 1;
-    --ready_count_;
-    current_ = &item;
-    item.status = work_item::state::ready;
-    ++started_;
-    execute(item);
-    item.status = work_item::state::finished;
-    ++finished_;
+  fiber* mine = std::exchange(self.runs_on, nullptr);
+  // An item that has not started runs on this fiber without a switch, so a
+  // group without collectives runs all its items on one fiber.
+  work_item* next = next_ready(mine);
+  if (next != nullptr && next->runs_on == mine) {
+    current_ = next;
+    return;
   }
+  // Safe before the switch: nothing else runs on this thread until then.
+  fibers_.release(mine);
+  current_ = next;
+  switch_fiber(mine->context, next != nullptr ? next->runs_on->context : thread_context_);
 }
 
 group_runner::record& group_runner::arrive(work_item& self, const collective& c) {
   if (cancelled_)
     throw unwind_signal{};
   const std::uint64_t seq = self.passed++;
-  if (direct_ || seq >= fewest_passed_by_finished_) {
+  if (seq >= fewest_passed_by_finished_) {
     throw_error(item_name(self.local_id) + " called " + describe(c) + " as collective #" +
                 std::to_string(seq + 1) + ", but work-item " + std::to_string(first_finished_) +
                 " had returned from the kernel after " +
-                std::to_string(direct_ ? 0 : fewest_passed_by_finished_) + " collectives");
+                std::to_string(fewest_passed_by_finished_) + " collectives");
   }
   if (seq == records_end()) {
     push_record();
@@ -287,35 +281,28 @@ void group_runner::wait(work_item& self, std::uint64_t copy_id) {
 
 void group_runner::block(work_item& self) {
   self.status = work_item::state::blocked;
-  switch_to_next(self, false);
+  switch_to_next(self);
   if (cancelled_)
     throw unwind_signal{};
 }
 
 void group_runner::yield(work_item& self) {
   push_ready(self);
-  switch_to_next(self, false);
+  switch_to_next(self);
   if (cancelled_)
     throw unwind_signal{};
 }
 
-void group_runner::switch_to_next(work_item& self, bool leaving) {
-  work_item* next = direct_ ? nullptr : next_ready();
+void group_runner::switch_to_next(work_item& self) {
+  work_item* next = next_ready(nullptr);
   if (next == &self)
     return;
-  fiber_context& target = next != nullptr ? next->context : thread_context_;
-  if (next != nullptr)
-    current_ = next;
-  if (leaving) {
-    // Safe before the jump: nothing else runs on this thread until then.
-    stacks_.release(self.stack);
-    self.stack = nullptr;
-    exit_fiber(self.context, target);
-  }
-  switch_fiber(self.context, target);
+  current_ = next;
+  switch_fiber(self.runs_on->context, next != nullptr ? next->runs_on->context : thread_context_);
 }
 
-work_item* group_runner::next_ready() {
+// An item that has not started gets `spare` when one is given, or a pooled fiber.
+work_item* group_runner::next_ready(fiber* spare) {
   while (ready_count_ > 0) {
     work_item& item = items_[ready_[ready_head_]];
     ready_head_ = ready_head_ + 1 == size_ ? 0 : ready_head_ + 1;
@@ -326,17 +313,19 @@ work_item* group_runner::next_ready() {
         ++finished_;
         continue;
       }
-      try {
-        item.stack = stacks_.acquire();
-      } catch (...) {
-        fail(std::current_exception());
-        cancel();
-        item.status = work_item::state::finished;
-        ++finished_;
-        continue;
+      if (spare != nullptr) {
+        item.runs_on = std::exchange(spare, nullptr);
+      } else {
+        try {
+          item.runs_on = fibers_.acquire();
+        } catch (...) {
+          fail(std::current_exception());
+          cancel();
+          item.status = work_item::state::finished;
+          ++finished_;
+          continue;
+        }
       }
-      make_fiber(item.context, *item.stack, &fiber_main);
-      ++started_;
     }
     item.status = work_item::state::ready;
     return &item;

@@ -1,6 +1,7 @@
-// Runs the work-items of one work-group on the calling thread: one fiber per
-// work-item, started only when the group turns out to have a collective, and
-// every collective checked as a record shared by the group.
+// Runs the work-items of one work-group on the calling thread, and every
+// collective checked as a record shared by the group. Items run one after
+// another on one pooled fiber; only an item that blocks in a collective keeps
+// its fiber, and the next item takes another one.
 #pragma once
 
 #include <cstddef>
@@ -27,9 +28,8 @@ struct work_item {
   emu::group_runner* group = nullptr;
   std::uint32_t local_id = 0;
   state status = state::not_started;
-  std::uint64_t passed = 0;  // collectives this item has entered
-  emu::fiber_context context;
-  emu::fiber_stack* stack = nullptr;
+  std::uint64_t passed = 0;       // collectives this item has entered
+  emu::fiber* runs_on = nullptr;  // from its start to its end
 };
 
 }  // namespace sycl::detail
@@ -38,7 +38,7 @@ namespace sycl::detail::emu {
 
 class group_runner {
  public:
-  group_runner() = default;
+  group_runner() : fibers_(&fiber_main) {}
   group_runner(const group_runner&) = delete;
   group_runner& operator=(const group_runner&) = delete;
 
@@ -70,13 +70,12 @@ class group_runner {
 
   void execute(work_item& self) noexcept;
   void finish(work_item& self);
-  void run_remaining_directly();
 
   record& arrive(work_item& self, const collective& c);
   void block(work_item& self);
   void yield(work_item& self);
-  void switch_to_next(work_item& self, bool leaving);
-  work_item* next_ready();
+  void switch_to_next(work_item& self);
+  work_item* next_ready(fiber* spare);
   void push_ready(work_item& item);
   void release_all_but(const work_item& self);
   void retire();  // the oldest record: records complete in order
@@ -102,10 +101,10 @@ class group_runner {
   std::vector<std::uint32_t> order_;  // item order for starting and releasing
   std::vector<std::uint32_t> ready_;  // ring of items ready to run
   std::size_t ready_head_ = 0, ready_count_ = 0;
-  std::uint32_t started_ = 0, finished_ = 0;
-  work_item* current_ = nullptr;
+  std::uint32_t finished_ = 0;
+  work_item* current_ = nullptr;  // set before every switch to the item a fiber is to run
   fiber_context thread_context_;
-  fiber_stack_pool stacks_;
+  fiber_pool fibers_;
 
   std::vector<record> records_;  // ring, power-of-two size, by collective number
   std::uint64_t records_base_ = 0, records_count_ = 0;
@@ -114,7 +113,6 @@ class group_runner {
   alignas(16) unsigned char reduce_result_[max_scalar_size] = {};
   std::uint64_t fewest_passed_by_finished_ = UINT64_MAX;
   std::uint32_t first_finished_ = 0;
-  bool direct_ = false;     // the first item needed no collective: no fibers for the rest
   bool cancelled_ = false;  // the group has failed: blocked items unwind, others never start
   std::exception_ptr error_;
 };

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstring>
 #include <numeric>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <sycl/sycl.hpp>
@@ -372,6 +373,25 @@ TEST(RangeLaunch, RunsEveryIndexOnceInAnyOrder) {
         EXPECT_EQ(seen[i].load(), 1) << i;
     }
   }
+}
+
+// The frame addresses of a launch's items: one per fiber that ran them.
+std::set<const void*> fibers_used(device_backend& gpu, bool with_barrier) {
+  std::set<const void*> frames;
+  run_nd(gpu, 64, 8, [&](const sycl::nd_item<1>& it) {
+    frames.insert(__builtin_frame_address(0));
+    if (with_barrier)
+      sycl::group_barrier(it.get_group());
+  });
+  return frames;
+}
+
+TEST(Fibers, ItemsShareOneUntilACollectiveBlocksAndLaterGroupsReuseThem) {
+  auto gpu = make_gpu(0, 8, 1);  // every group on the calling thread
+  EXPECT_EQ(fibers_used(*gpu, false).size(), 1u);
+  const auto blocking = fibers_used(*gpu, true);
+  EXPECT_EQ(blocking.size(), 8u);
+  EXPECT_EQ(fibers_used(*gpu, true), blocking);
 }
 
 TEST(LocalMemory, NoArenaOutsideKernels) {
