@@ -110,7 +110,7 @@ sycl::queue* lookup_and_cache_kelpa_queue_and_context(void* interop) {
   if (sycl::queue* hit = queue_cache.find_shared(queue_id)) {
     return hit;
   }
-  sycl::context context{sycl::property_list{}};
+  sycl::context context;  // of the default device, with no properties
   const context_key context_id{word_of(native_context), word_of(device_handle)};
   if (sycl::context* hit = context_cache.find_shared(context_id)) {
     context = *hit;

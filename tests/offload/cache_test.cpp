@@ -31,7 +31,8 @@ TEST(NativeCache, FnvOneAOfTheKeyBytes) {
 
 // Keys {k / 2, k % 2} and, for the symmetry of the hash, their mirror images.
 TEST(NativeCache, EightThreadsMakeOneEntryPerKey) {
-  offload::context_cache_t cache;
+  static offload::context_cache_t
+      cache;  // like the process-wide caches, whose heap objects live on
   const sycl::device device{sycl::cpu_selector_v};
   std::vector<offload::context_key> keys;
   for (std::uint64_t k = 0; k < 48; ++k) {
