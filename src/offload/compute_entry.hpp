@@ -169,3 +169,18 @@ std::int32_t compute_omp_offload(ss_task* task, std::uint64_t mask, typename Mod
 }
 
 }  // namespace vorlex::orv::stats::detail::offload
+
+// An entry of an element type and integer model under its C name, and its wrapper, which takes
+// the task pointer, the mask and the method by reference and tail-calls it.
+#define TESSEL_OFFLOAD_ENTRY(T, MODEL, ENTRY, WRAPPER)                                        \
+  extern "C" std::int32_t ENTRY(ss_task* task, std::uint64_t estimate_mask,                   \
+                                vorlex::orv::stats::detail::offload::MODEL::integer method,   \
+                                void* interop) {                                              \
+    return vorlex::orv::stats::detail::offload::compute_omp_offload<                          \
+        T, vorlex::orv::stats::detail::offload::MODEL>(task, estimate_mask, method, interop); \
+  }                                                                                           \
+  extern "C" std::int32_t WRAPPER(                                                            \
+      ss_task* const* task, const std::uint64_t* estimate_mask,                               \
+      const vorlex::orv::stats::detail::offload::MODEL::integer* method, void* interop) {     \
+    return ENTRY(*task, *estimate_mask, *method, interop);                                    \
+  }
