@@ -32,15 +32,12 @@ sycl::event run_rows(sycl::queue& queue, const ss_task& task, std::uint64_t mask
                            static_cast<const T*>(task.weights), task.indices};
   };
   offload_result running{sycl::event{}, 0};
-  sycl::event last;
   // A single-step min or max is still in flight when its submission returns, and once the entry
   // has returned the caller may free what it writes: a row's event is waited for before the
   // next row's replaces it, so that the last event stands for all the work.
   const auto record = [&](offload_result&& row) {
     running.event.wait();
-    running.event = std::move(row.event);
-    running.status = row.status;
-    last = running.event;
+    running = std::move(row);
   };
   T* const mean = result<T>(task.mean);
   T* const raw2 = result<T>(task.raw2);
@@ -83,7 +80,7 @@ sycl::event run_rows(sycl::queue& queue, const ss_task& task, std::uint64_t mask
                                      data(), method));
   }
   status = running.status;
-  return last;
+  return running.event;
 }
 
 // Everything from the queue's derivation on: the counts are examined only once a queue is there
@@ -112,9 +109,9 @@ std::int32_t compute_on_interop(const ss_task& task, std::uint64_t mask,
     return -1;
   }
   std::int32_t status = 0;
-  const sycl::event last = run_rows<T, L, Model>(queue, task, mask, method, status);
+  sycl::event last = run_rows<T, L, Model>(queue, task, mask, method, status);
   if (!nowait) {
-    sycl::event(last).wait();
+    last.wait();
   } else if (backend == runtime_opencl) {
     if (!complete_through_opencl(last, interop)) {
       status = -2;

@@ -61,7 +61,7 @@ template <typename T>
 problem<T> skewed_problem(st::layout layout, bool user_mean) {
   problem<T> p;
   p.n_dims = 3;
-  p.n_obs = 1000;
+  p.n_obs = 300;
   const auto n = static_cast<std::size_t>(p.n_obs);
   p.values.resize(3 * n);
   for (std::size_t d = 0; d < 3; ++d) {
