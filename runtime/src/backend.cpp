@@ -12,10 +12,8 @@ const char* backend_name(backend b) {
       return "Tessel host";
     case backend::opencl:
       return "OpenCL";
-    case backend::ext_oneapi_level_zero:
+    case backend::ext_tessel_level_zero:
       return "Level Zero";
-    case backend::ext_oneapi_cuda:
-      return "CUDA";
   }
   return "unknown";
 }
@@ -37,26 +35,26 @@ void throw_backend_mismatch(backend wanted, backend actual) {
 
 }  // namespace detail
 
-namespace ext::oneapi::level_zero {
+namespace ext::tessel::level_zero {
 
 platform make_platform(std::uintptr_t) {
-  detail::throw_missing_backend(backend::ext_oneapi_level_zero);
+  detail::throw_missing_backend(backend::ext_tessel_level_zero);
 }
 device make_device(const platform&, std::uintptr_t) {
-  detail::throw_missing_backend(backend::ext_oneapi_level_zero);
+  detail::throw_missing_backend(backend::ext_tessel_level_zero);
 }
 context make_context(const std::vector<device>&, std::uintptr_t, bool) {
-  detail::throw_missing_backend(backend::ext_oneapi_level_zero);
+  detail::throw_missing_backend(backend::ext_tessel_level_zero);
 }
 queue make_queue(const context&, const device&, std::uintptr_t, bool, bool, const property_list&) {
-  detail::throw_missing_backend(backend::ext_oneapi_level_zero);
+  detail::throw_missing_backend(backend::ext_tessel_level_zero);
 }
 queue make_queue(const context&, std::uintptr_t, bool) {
-  detail::throw_missing_backend(backend::ext_oneapi_level_zero);
+  detail::throw_missing_backend(backend::ext_tessel_level_zero);
 }
 event make_event(const context&, std::uintptr_t, bool) {
-  detail::throw_missing_backend(backend::ext_oneapi_level_zero);
+  detail::throw_missing_backend(backend::ext_tessel_level_zero);
 }
 
-}  // namespace ext::oneapi::level_zero
+}  // namespace ext::tessel::level_zero
 }  // namespace sycl

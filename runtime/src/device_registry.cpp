@@ -24,7 +24,7 @@ std::string trim(const std::string& s) {
 }
 
 // TESSEL_SYCL_DEVICES: a comma-separated list of cpu, gpu (emulated) and
-// cuda; unset or blank means all.
+// none, which adds no device; unset or blank means all.
 visible_kinds visible_from_environment() {
   const char* value = std::getenv("TESSEL_SYCL_DEVICES");
   if (value == nullptr || trim(value).empty())
@@ -38,10 +38,10 @@ visible_kinds visible_from_environment() {
       kinds.cpu = true;
     } else if (kind == "gpu") {
       kinds.gpu = true;
-    } else if (kind != "cuda") {
+    } else if (kind != "none") {
       throw exception(make_error_code(errc::runtime),
                       "TESSEL_SYCL_DEVICES names an unknown kind of device '" + kind +
-                          "' (expected cpu, gpu or cuda)");
+                          "' (expected cpu, gpu or none)");
     }
   }
   return kinds;

@@ -1,7 +1,7 @@
 // Build tool: reads the symbol tables of the library's object files and writes the linker's
 // view of the library's boundary, so that no mangled name is ever maintained by hand:
-//   - a version script that exports the public entries and what the exception classes need,
-//     and hides everything else;
+//   - a version script that exports the public entries (statistics, offload entries, cache
+//     look-ups) and what the exception classes need, and hides everything else;
 //   - a response file for the compiler driver, of -Wl,--defsym options that give each
 //     plain-form method::fast entry of the statistics named by --method2-alias a
 //     method::estimator twin at the same address. (The driver reads it: clang expands a
@@ -120,6 +120,10 @@ std::string demangle(const std::string& mangled) {
 const std::regex entry_pattern(
     R"(^(sycl::event|void) vorlex::orv::stats::([a-z_]+)<\(vorlex::orv::stats::method\)([12]), )"
     R"((float|double), \(vorlex::orv::stats::layout\)[0-9]+>\(sycl::queue&, (.*)\)$)");
+// The offload entries (C names) and the cache look-ups.
+const std::regex offload_pattern(
+    R"(^orv_ksu_[sd](SSCompute_omp_offload_(lp64|ilp64)|sscompute_omp_offload(_lp64)?)$|)"
+    R"(^vorlex::orv::gpu::lookup_and_cache_kelpa_(context|queue|queue_and_context)\(.*\)$)");
 const std::regex exception_pattern(
     R"(^((typeinfo|typeinfo name|vtable) for )?vorlex::orv::)"
     R"((exception|invalid_argument|unimplemented|unsupported_device|device_bad_alloc|)"
@@ -184,7 +188,8 @@ export_table build_table(const options& opts) {
           table.aliases.emplace(twin, name);
           table.exported.emplace(twin, demangle(twin));
         }
-      } else if (std::regex_match(demangled, exception_pattern)) {
+      } else if (std::regex_match(demangled, exception_pattern) ||
+                 std::regex_match(demangled, offload_pattern)) {
         table.exported.emplace(name, demangled);
       }
     }

@@ -29,12 +29,12 @@ TEST(Interop, GenericFormsNameTheMissingBackend) {
   expect_missing([&] { sycl::make_context<sycl::backend::opencl>(handle, {}); }, "OpenCL");
   expect_missing([&] { sycl::make_queue<sycl::backend::opencl>(handle, ctx, {}); }, "OpenCL");
   expect_missing([&] { sycl::make_event<sycl::backend::opencl>(handle, ctx); }, "OpenCL");
-  expect_missing([&] { sycl::make_context<sycl::backend::ext_oneapi_level_zero>(handle); },
+  expect_missing([&] { sycl::make_context<sycl::backend::ext_tessel_level_zero>(handle); },
                  "Level Zero");
 }
 
 TEST(Interop, LevelZeroFormsNameTheMissingBackend) {
-  namespace lz = sycl::ext::oneapi::level_zero;
+  namespace lz = sycl::ext::tessel::level_zero;
   sycl::queue q(sycl::gpu_selector_v);
   const sycl::context ctx = q.get_context();
   const sycl::device dev = q.get_device();
@@ -52,7 +52,7 @@ TEST(Interop, NativeHandlesOfAnEventAreRefused) {
   EXPECT_EQ(e.get_backend(), sycl::backend::ext_tessel_host);
   EXPECT_NE(e.get_backend(), sycl::backend::opencl);
   expect_missing([&] { (void)sycl::get_native<sycl::backend::opencl>(e); }, "OpenCL");
-  expect_missing([&] { (void)sycl::get_native<sycl::backend::ext_oneapi_level_zero>(q); },
+  expect_missing([&] { (void)sycl::get_native<sycl::backend::ext_tessel_level_zero>(q); },
                  "Level Zero");
 }
 

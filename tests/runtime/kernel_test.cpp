@@ -116,7 +116,7 @@ TEST_P(KernelOnDevice, EmptyRangeRunsNothing) {
 INSTANTIATE_TEST_SUITE_P(Devices, KernelOnDevice, testing::ValuesIn(tessel_test::all_devices()),
                          tessel_test::device_label);
 
-// The requirements a CUDA backend will read: one per accessor, with the tag
+// The requirements a GPU backend would read: one per accessor, with the tag
 // that marks the accessor in the kernel object's bytes.
 TEST(KernelObjects, AccessorTagsMarkAccessorsInTheKernelBytes) {
   sycl::buffer<int> b(sycl::range<1>(4));

@@ -263,5 +263,67 @@ TESSEL_STATS_EXPORT void min_max(sycl::queue& queue, const dataset<L, sycl::buff
 
 }  // namespace vorlex::orv::stats
 
+// OpenMP offload: a summary-statistics task record (made by the estimator module) and an OpenMP
+// interop object in, the estimates that estimate_mask selects computed on the device behind the
+// interop object. Every failure is a negative status, never an exception: -1 the device route
+// is not available, -2 an unknown failure, -3 a storage word that is neither layout, -4001 and
+// below a bad value in the task. The _lp64 entries read the counts, the storage word and the
+// selection of dimensions as 32-bit integers, the _ilp64 ones as 64-bit integers. The lower-case
+// names take their arguments by reference.
+struct ss_task;
+extern "C" {
+TESSEL_STATS_EXPORT std::int32_t orv_ksu_sSSCompute_omp_offload_lp64(ss_task* task,
+                                                                     std::uint64_t estimate_mask,
+                                                                     std::int32_t method,
+                                                                     void* interop);
+TESSEL_STATS_EXPORT std::int32_t orv_ksu_dSSCompute_omp_offload_lp64(ss_task* task,
+                                                                     std::uint64_t estimate_mask,
+                                                                     std::int32_t method,
+                                                                     void* interop);
+TESSEL_STATS_EXPORT std::int32_t orv_ksu_sSSCompute_omp_offload_ilp64(ss_task* task,
+                                                                      std::uint64_t estimate_mask,
+                                                                      std::int64_t method,
+                                                                      void* interop);
+TESSEL_STATS_EXPORT std::int32_t orv_ksu_dSSCompute_omp_offload_ilp64(ss_task* task,
+                                                                      std::uint64_t estimate_mask,
+                                                                      std::int64_t method,
+                                                                      void* interop);
+TESSEL_STATS_EXPORT std::int32_t orv_ksu_ssscompute_omp_offload_lp64(
+    ss_task* const* task, const std::uint64_t* estimate_mask, const std::int32_t* method,
+    void* interop);
+TESSEL_STATS_EXPORT std::int32_t orv_ksu_dsscompute_omp_offload_lp64(
+    ss_task* const* task, const std::uint64_t* estimate_mask, const std::int32_t* method,
+    void* interop);
+TESSEL_STATS_EXPORT std::int32_t orv_ksu_ssscompute_omp_offload(ss_task* const* task,
+                                                                const std::uint64_t* estimate_mask,
+                                                                const std::int64_t* method,
+                                                                void* interop);
+TESSEL_STATS_EXPORT std::int32_t orv_ksu_dsscompute_omp_offload(ss_task* const* task,
+                                                                const std::uint64_t* estimate_mask,
+                                                                const std::int64_t* method,
+                                                                void* interop);
+}
+
+// Native OpenCL and Level Zero handles mapped to the SYCL objects made from them, once per
+// process. A returned pointer stays valid for the life of the process and is never freed by the
+// caller.
+namespace vorlex::orv::gpu {
+
+enum orv_gpu_backend_t { orv_gpu_backend_opencl = 0, orv_gpu_backend_level_zero = 1 };
+
+// device is read for Level Zero only.
+TESSEL_STATS_EXPORT sycl::context* lookup_and_cache_kelpa_context(void* native_context,
+                                                                  void* native_device,
+                                                                  orv_gpu_backend_t backend,
+                                                                  sycl::device* device);
+// interop (an OpenMP interop object) is read for Level Zero only, and only to make the queue.
+TESSEL_STATS_EXPORT sycl::queue* lookup_and_cache_kelpa_queue(void* native_queue,
+                                                              orv_gpu_backend_t backend,
+                                                              sycl::context context, void* interop);
+// The queue and its context from an OpenMP interop object; null when a property is unreadable.
+TESSEL_STATS_EXPORT sycl::queue* lookup_and_cache_kelpa_queue_and_context(void* interop);
+
+}  // namespace vorlex::orv::gpu
+
 #undef TESSEL_STATS_EXPORT
 #pragma GCC visibility pop

@@ -1,7 +1,8 @@
 // Backend interoperability. The generic functions follow SYCL 2020; the
-// ext::oneapi::level_zero ones follow that extension's older handle-based
-// forms. No backend of these has devices in this runtime, so each throws
-// sycl::exception with errc::backend_mismatch and names the missing backend.
+// ext::tessel::level_zero ones are the handle-based Level Zero forms (native
+// handles as integers, ownership as a flag). No backend of these has devices
+// in this runtime, so each throws sycl::exception with errc::backend_mismatch
+// and names the missing backend.
 #pragma once
 
 #include <cstdint>
@@ -47,7 +48,7 @@ event make_event(const backend_input_t<Backend, event>&, const context&) {
   detail::throw_missing_backend(Backend);
 }
 
-namespace ext::oneapi::level_zero {
+namespace ext::tessel::level_zero {
 
 enum class ownership { transfer, keep };
 
@@ -63,5 +64,5 @@ TESSEL_SYCL_API queue make_queue(const context& ctx, std::uintptr_t native_queue
 TESSEL_SYCL_API event make_event(const context& ctx, std::uintptr_t native_event,
                                  bool keep_ownership = false);
 
-}  // namespace ext::oneapi::level_zero
+}  // namespace ext::tessel::level_zero
 }  // namespace sycl

@@ -1,0 +1,108 @@
+#include "offload_calls.hpp"
+
+#include <algorithm>
+#include <stdexcept>
+
+namespace tessel::offload_test {
+
+std::int32_t compute(element e, model m, form f, ss_task* task, std::uint64_t mask,
+                     std::int64_t method, void* interop) {
+  const auto narrow = static_cast<std::int32_t>(method);
+  const bool s = e == element::f32;
+  if (f == form::direct) {
+    if (m == model::lp64) {
+      return s ? orv_ksu_sSSCompute_omp_offload_lp64(task, mask, narrow, interop)
+               : orv_ksu_dSSCompute_omp_offload_lp64(task, mask, narrow, interop);
+    }
+    return s ? orv_ksu_sSSCompute_omp_offload_ilp64(task, mask, method, interop)
+             : orv_ksu_dSSCompute_omp_offload_ilp64(task, mask, method, interop);
+  }
+  if (m == model::lp64) {
+    return s ? orv_ksu_ssscompute_omp_offload_lp64(&task, &mask, &narrow, interop)
+             : orv_ksu_dsscompute_omp_offload_lp64(&task, &mask, &narrow, interop);
+  }
+  return s ? orv_ksu_ssscompute_omp_offload(&task, &mask, &method, interop)
+           : orv_ksu_dsscompute_omp_offload(&task, &mask, &method, interop);
+}
+
+void*& slot(ss_task& task, field f) {
+  const std::size_t at = 88 + 8 * static_cast<std::size_t>(f);
+  return *reinterpret_cast<void**>(reinterpret_cast<unsigned char*>(&task) + at);
+}
+
+test::expectation expected_field(field f, const test::dimension_expectations& e, bool user_mean) {
+  using enum test::statistic;
+  constexpr std::pair<test::statistic, std::size_t> sources[field_count] = {{mean, 0},
+                                                                            {raw_moment, 1},
+                                                                            {raw_moment, 2},
+                                                                            {raw_moment, 3},
+                                                                            {central_moment, 0},
+                                                                            {central_moment, 1},
+                                                                            {central_moment, 2},
+                                                                            {raw_sum, 0},
+                                                                            {raw_sum, 1},
+                                                                            {raw_sum, 2},
+                                                                            {raw_sum, 3},
+                                                                            {central_sum, 0},
+                                                                            {central_sum, 1},
+                                                                            {central_sum, 2},
+                                                                            {kurtosis, 0},
+                                                                            {skewness, 0},
+                                                                            {variation, 0},
+                                                                            {min, 0},
+                                                                            {max, 0}};
+  const auto [statistic, output] = sources[static_cast<std::size_t>(f)];
+  return test::expected_output(statistic, output, e, user_mean);
+}
+
+template <typename T>
+template <typename E>
+E* offload_task<T>::copy_of(const std::vector<E>& host) {
+  if (host.empty()) {
+    return nullptr;
+  }
+  E* copy = sycl::malloc_shared<E>(host.size(), queue_);
+  if (copy == nullptr) {
+    throw std::runtime_error("malloc_shared failed");
+  }
+  owned_.push_back(copy);
+  return std::copy(host.begin(), host.end(), copy) - host.size();
+}
+
+template <typename T>
+offload_task<T>::offload_task(sycl::queue& queue, const problem<T>& p, st::layout layout, model m)
+    : dims(p.n_dims), count(p.n_obs), storage(static_cast<std::int64_t>(layout)), queue_(queue) {
+  task_.int_width = 1;
+  task_.dims = &dims;
+  task_.obs_count = &count;
+  task_.storage = &storage;
+  task_.observations = copy_of(p.values);
+  task_.weights = copy_of(p.weights);
+  task_.indices = m == model::ilp64
+                      ? static_cast<const void*>(copy_of(p.indices))
+                      : copy_of(std::vector<std::int32_t>(p.indices.begin(), p.indices.end()));
+  const std::vector<T> poisoned(static_cast<std::size_t>(p.n_dims), poison);
+  for (std::size_t f = 0; f < field_count; ++f) {
+    slot(task_, field(f)) = copy_of(f == 0 && !p.user_mean.empty() ? p.user_mean : poisoned);
+  }
+}
+
+template <typename T>
+offload_task<T>::~offload_task() {
+  for (void* pointer : owned_) {
+    sycl::free(pointer, queue_);
+  }
+}
+
+stand_in_interop sycl_interop(sycl::queue& queue) {
+  stand_in_interop interop{};
+  interop.foreign_runtime = 4;
+  interop.readable = 1U << 5;
+  interop.property[5] = &queue;
+  return interop;
+}
+
+template class offload_task<float>;
+template class offload_task<double>;
+
+}  // namespace tessel::offload_test
