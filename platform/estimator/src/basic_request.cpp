@@ -71,30 +71,31 @@ std::int32_t read_basic_request(const ss_task& task, std::uint64_t mask, std::in
 
 template <class T>
 void store_estimates(const basic_request<T>& r, std::int64_t d, const partial_sums& s) {
-  const auto put = [&](int e, double value) {
+  // Each estimate is formed only if it is wanted.
+  const auto put = [&](int e, const auto& value) {
     if (r.out[e] != nullptr)
-      r.out[e][d] = static_cast<T>(value);
+      r.out[e][d] = static_cast<T>(value());
   };
   const double_double& w = s.w;
-  put(mean, to_double(s.raw[0] / w));
+  put(mean, [&] { return to_double(s.raw[0] / w); });
   for (int k = 2; k <= 4; ++k)
-    put(raw_moment2 + k - 2, to_double(s.raw[k - 1] / w));
+    put(raw_moment2 + k - 2, [&] { return to_double(s.raw[k - 1] / w); });
   for (int k = 1; k <= 4; ++k)
-    put(sum + k - 1, to_double(s.raw[k - 1]));
+    put(sum + k - 1, [&] { return to_double(s.raw[k - 1]); });
   for (int k = 2; k <= 4; ++k)
-    put(central_sum2 + k - 2, to_double(s.central[k - 2]));
+    put(central_sum2 + k - 2, [&] { return to_double(s.central[k - 2]); });
   if (r.central_degree == 0)
     return;
   // The variance carries the W / (W^2 - W2) correction; higher moments are over W alone.
   const double v = to_double(s.central[0] * (w / (w * w - s.w2)));
-  const double m3 = to_double(s.central[1] / w);
-  const double m4 = to_double(s.central[2] / w);
-  put(central_moment2, v);
+  const auto m3 = [&] { return to_double(s.central[1] / w); };
+  const auto m4 = [&] { return to_double(s.central[2] / w); };
+  put(central_moment2, [&] { return v; });
   put(central_moment3, m3);
   put(central_moment4, m4);
-  put(skewness, m3 / std::sqrt((v * v) * v));
-  put(kurtosis, m4 / (v * v) + (-3.0));
-  put(variation, std::sqrt(v) / to_double(s.mean));
+  put(skewness, [&] { return m3() / std::sqrt((v * v) * v); });
+  put(kurtosis, [&] { return m4() / (v * v) + (-3.0); });
+  put(variation, [&] { return std::sqrt(v) / to_double(s.mean); });
 }
 
 template std::int32_t read_basic_request(const ss_task&, std::uint64_t, std::intptr_t,
