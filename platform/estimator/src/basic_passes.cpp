@@ -129,8 +129,6 @@ TESSEL_INLINE void reduce_part(const observations<T>& data, const sums_request<T
                                partial_sums* out) {
   const task_shape& shape = data.shape;
   const int dims = static_cast<int>(d1 - d0);
-  if (shape.obs_stride == 1 && !shape.selected(d0))
-    return;  // a row-major group is this one dimension
   double given[max_group_dims];
   const double* centres = nullptr;
   if (what.user_mean != nullptr) {

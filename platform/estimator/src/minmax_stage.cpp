@@ -65,8 +65,6 @@ TESSEL_INLINE void extremes_of_part(const T* x, const task_shape& shape, std::in
   const T* start = x + shape.offset(d0, i0);
   const std::int64_t n = i1 - i0;
   if (shape.obs_stride == 1) {
-    if (!shape.selected(d0))
-      return;
     using S = row_shape<V, wide>;
     const std::int64_t n_rows = n / S::lanes;
     run(S{}, contiguous_rows<T>{start, nullptr, S::lanes, start}, 0, n_rows, true);

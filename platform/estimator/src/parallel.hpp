@@ -17,8 +17,9 @@ constexpr std::int64_t max_group_dims = 16;
 
 // Tasks are (group of dimensions, part of the observations) pairs, numbered group-major. A
 // column-major group holds neighbouring dimensions, which share the cache lines of an
-// observation; a row-major group is one dimension, contiguous in memory. The cut depends on the
-// shape of the data alone, never on the number of threads, so results do not either.
+// observation; a row-major group holds as many whole dimensions as make a task's worth of data,
+// at least one. The cut depends on the shape of the data alone, never on the number of threads,
+// so results do not either; and small data make one task, which wakes no thread.
 struct work_split {
   std::int64_t dims_per_group = 1;
   std::int64_t n_groups = 1;
@@ -32,7 +33,7 @@ struct work_split {
 
 work_split split_work(const task_shape& shape, std::int64_t element_size);
 
-// Observations of a group that are worked on while they stay in the first-level cache.
+// Observations of a group that are worked on while they stay in the second-level cache.
 std::int64_t cache_block_length(std::int64_t group_dims, std::int64_t element_size);
 
 // The threading table as a stage uses it. Without a table, or without a `for` entry in it,
@@ -62,8 +63,9 @@ class threading {
 };
 
 // Reduces every selected dimension to one Result: part(d0, d1, i0, i1, out) reduces
-// observations [i0, i1) of dimensions [d0, d1) into out[d - d0], and merge(total, later) folds
-// the parts of a dimension in order. Unselected dimensions keep a value-initialised Result.
+// observations [i0, i1) of dimensions [d0, d1) into out[d - d0], one selected dimension at a time
+// in row-major storage; and merge(total, later) folds the parts of a dimension in order.
+// Unselected dimensions keep a value-initialised Result.
 template <class Result, class Part, class Merge>
 std::vector<Result> reduce_parts(const task_shape& shape, std::int64_t element_size,
                                  const threading& threads, Part&& part, Merge&& merge) {
@@ -81,7 +83,15 @@ std::vector<Result> reduce_parts(const task_shape& shape, std::int64_t element_s
     const std::int64_t d0 = group * dpg, d1 = std::min(d0 + dpg, shape.n_dims);
     const std::int64_t i0 = p * split.part_length;
     const std::int64_t i1 = std::min(i0 + split.part_length, shape.n_obs);
-    part(d0, d1, i0, i1, p == 0 ? &totals[static_cast<std::size_t>(d0)] : later_of(group, p));
+    Result* const out = p == 0 ? &totals[static_cast<std::size_t>(d0)] : later_of(group, p);
+    if (shape.obs_stride != 1) {
+      part(d0, d1, i0, i1, out);
+      return;
+    }
+    for (std::int64_t d = d0; d < d1; ++d) {
+      if (shape.selected(d))
+        part(d, d + 1, i0, i1, out + (d - d0));
+    }
   };
   threads.for_each(split.n_tasks(), reduce_task);
   if (n_later > 0) {
@@ -94,7 +104,14 @@ std::vector<Result> reduce_parts(const task_shape& shape, std::int64_t element_s
           merge(totals[static_cast<std::size_t>(d)], later_of(group, p)[d - d0]);
       }
     };
-    threads.for_each(split.n_groups, merge_group);
+    // Merges are quick: only many of them are worth sharing among threads.
+    constexpr std::int64_t merges_worth_sharing = 1 << 14;
+    if (split.n_groups * n_later * dpg >= merges_worth_sharing) {
+      threads.for_each(split.n_groups, merge_group);
+    } else {
+      for (std::int64_t group = 0; group < split.n_groups; ++group)
+        merge_group(group);
+    }
   }
   return totals;
 }
