@@ -67,15 +67,14 @@ TESSEL_INLINE void extremes_of_part(const T* x, const task_shape& shape, std::in
   if (shape.obs_stride == 1) {
     using S = row_shape<V, wide>;
     const std::int64_t n_rows = n / S::lanes;
-    run(S{}, contiguous_rows<T>{start, nullptr, S::lanes, start}, 0, n_rows, true);
+    run(S{}, contiguous_rows<T>{start, nullptr, S::lanes}, 0, n_rows, true);
     const T* tail = start + n_rows * S::lanes;
-    run(row_shape<T, 1>{}, contiguous_rows<T>{tail, nullptr, 1, tail}, 0, n - n_rows * S::lanes,
-        true);
+    run(row_shape<T, 1>{}, contiguous_rows<T>{tail, nullptr, 1}, 0, n - n_rows * S::lanes, true);
   } else {
     for_lane_groups<V, wide>(
         static_cast<int>(d1 - d0), [&](int first, auto shape_tag) __attribute__((always_inline)) {
-          run(shape_tag, strided_rows<T>{start + first, nullptr, shape.obs_stride, start + first},
-              first, n, false);
+          run(shape_tag, strided_rows<T>{start + first, nullptr, shape.obs_stride}, first, n,
+              false);
         });
   }
 }
