@@ -315,8 +315,8 @@ const ss_threading_entry* backwards_table() {
 }
 
 // What a blocked reduction shared among threads can get wrong. The sizes lie around the
-// module's cache block (64 KiB: 8192 doubles, 16384 floats, 512 observations of a group of 16
-// dimensions), its task (eight blocks) and the tails of its vectors.
+// module's cache block (256 KiB: 32768 doubles, 65536 floats, 2048 observations of a group of
+// 16 dimensions), its task (four blocks) and the tails of its vectors.
 enum class pattern { skewed, trend, weight_in_one_block };
 struct blocked_case {
   const char* name;
@@ -325,14 +325,14 @@ struct blocked_case {
   pattern kind;
 };
 const blocked_case blocked_cases[] = {
-    {"RowBlockLess1", 1, 8191, storage::row_major, pattern::skewed},
-    {"RowBlock", 1, 8192, storage::row_major, pattern::skewed},
-    {"RowTwoFloatBlocksPlus5", 1, 32768 + 5, storage::row_major, pattern::skewed},
-    {"RowTaskPlus1", 2, 65536 + 1, storage::row_major, pattern::skewed},
-    {"RowTrend", 1, 100003, storage::row_major, pattern::trend},
-    {"RowWeightInOneBlock", 1, 50000, storage::row_major, pattern::weight_in_one_block},
-    {"ColShortLastBlock", 16, 3 * 512 + 7, storage::col_major, pattern::skewed},
-    {"ColTwoGroupsShortLastBlock", 19, 2 * 512 + 3, storage::col_major, pattern::skewed},
+    {"RowBlockLess1", 1, 32767, storage::row_major, pattern::skewed},
+    {"RowBlock", 1, 32768, storage::row_major, pattern::skewed},
+    {"RowTwoFloatBlocksPlus5", 1, 2 * 65536 + 5, storage::row_major, pattern::skewed},
+    {"RowTaskPlus1", 2, 131072 + 1, storage::row_major, pattern::skewed},
+    {"RowTrend", 1, 300007, storage::row_major, pattern::trend},
+    {"RowWeightInOneBlock", 1, 150000, storage::row_major, pattern::weight_in_one_block},
+    {"ColShortLastBlock", 16, 3 * 2048 + 7, storage::col_major, pattern::skewed},
+    {"ColTwoGroupsShortLastBlock", 19, 2 * 2048 + 3, storage::col_major, pattern::skewed},
     {"ColTrend", 5, 30011, storage::col_major, pattern::trend},
     {"ColWeightInOneBlock", 3, 30000, storage::col_major, pattern::weight_in_one_block},
 };

@@ -3,11 +3,12 @@
 namespace tessel::estimator {
 namespace {
 
-// A block is read twice while it stays in the second-level cache, and the next one is fetched
-// meanwhile; a task reads a few hundred kilobytes, enough to outweigh the cost of handing it out
-// and small enough for two cores to share the work evenly.
-constexpr std::int64_t cache_block_bytes = 64 * 1024;
-constexpr std::int64_t task_bytes = 512 * 1024;
+// A block is read from memory once and worked on again while it stays in the second-level cache,
+// beside the next one being read; large enough that the merges of blocks, one per dimension of a
+// column-major group, cost little beside the loops. A task reads a megabyte, enough to outweigh
+// the cost of handing it out and small enough for two cores to share the work evenly.
+constexpr std::int64_t cache_block_bytes = 256 * 1024;
+constexpr std::int64_t task_bytes = 1024 * 1024;
 
 std::int64_t ceil_div(std::int64_t a, std::int64_t b) {
   return a / b + (a % b != 0 ? 1 : 0);
