@@ -44,6 +44,7 @@ class host_task_action final : public command_action {
   host_task_action(erased_object task, host_task_invoker invoke, backend b)
       : task_(std::move(task)), invoke_(invoke), backend_(b) {}
   void run() override { host_task_runner::run(invoke_, task_.get(), backend_); }
+  bool runs_on_waiting_thread() const noexcept override { return true; }
 
  private:
   erased_object task_;

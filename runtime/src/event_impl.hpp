@@ -33,7 +33,8 @@ class event_impl {
       : action_(std::move(action)),
         error_sink_(queue),
         origin_(queue),
-        buffers_(std::move(buffers)) {}
+        buffers_(std::move(buffers)),
+        claimable_(action_ != nullptr && action_->runs_on_waiting_thread()) {}
   // A host access: "runs" from the moment its dependencies are met until
   // the scheduler is told it has ended.
   struct host_access_tag {};
@@ -58,6 +59,12 @@ class event_impl {
   std::weak_ptr<queue_impl> origin_;
   std::vector<std::shared_ptr<buffer_impl>> buffers_;
   bool host_access_ = false;
+
+  // Who runs the command: once it is ready it is queued for a worker, and the
+  // first thread to take it, a worker or one that waits for it, runs it.
+  enum run_state : int { not_ready, queued, taken };
+  std::atomic<int> run_state_{not_ready};
+  const bool claimable_ = false;  // a waiting thread may take it
 };
 
 }  // namespace sycl::detail

@@ -5,6 +5,7 @@
 #include <exception>
 
 #include "queue_impl.hpp"
+#include "spin_wait.hpp"
 
 namespace sycl::detail {
 
@@ -65,6 +66,17 @@ void scheduler::submit(const std::shared_ptr<event_impl>& cmd,
 }
 
 void scheduler::wait(const std::shared_ptr<event_impl>& e) {
+  // A ready host task that no worker has taken yet is run here: the thread
+  // would only block until it is done.
+  int queued = event_impl::queued;
+  if (e->claimable_ && e->run_state_.compare_exchange_strong(queued, event_impl::taken)) {
+    dispatch(run(e));
+    return;
+  }
+  if (poll_until([&] { return e->status_.load(std::memory_order_acquire) == status::complete; },
+                 wait_poll_time)) {
+    return;
+  }
   std::unique_lock<std::mutex> lock(mutex_);
   e->done_.wait(lock, [&] { return e->status_ == status::complete; });
 }
@@ -106,7 +118,12 @@ void scheduler::dispatch(const std::vector<std::shared_ptr<event_impl>>& ready) 
       e->status_ = status::running;
       e->done_.notify_all();
     } else {
-      pool_.push([this, e] { execute(e); });
+      e->run_state_.store(event_impl::queued);
+      pool_.push([this, e] {
+        int queued = event_impl::queued;
+        if (e->run_state_.compare_exchange_strong(queued, event_impl::taken))
+          execute(e);
+      });
     }
   }
 }
@@ -115,34 +132,38 @@ void scheduler::execute(std::shared_ptr<event_impl> e) {
   // A command that this one makes ready runs next on this thread: a chain
   // of dependent commands then costs no thread wake-up per link.
   while (e) {
-    e->status_ = status::running;
-    if (e->action_) {
-      try {
-        e->action_->run();
-      } catch (...) {
-        if (e->error_sink_)
-          e->error_sink_->report(std::current_exception());
-      }
-    }
-    // Let go of the command's captures and of its queue before anyone learns
-    // that it is complete: a queue whose last handle goes after a wait hands
-    // its errors over there and then, not later on this thread. Only this
-    // thread touches these members once the command runs.
-    releasing_command = e.get();
-    e->action_.reset();
-    e->error_sink_.reset();
-    e->buffers_.clear();
-    releasing_command = nullptr;
-    std::vector<std::shared_ptr<event_impl>> ready = complete(e);
-    e.reset();
+    std::vector<std::shared_ptr<event_impl>> ready = run(std::move(e));
     const auto next =
         std::find_if(ready.begin(), ready.end(), [](const auto& r) { return !r->host_access_; });
     if (next != ready.end()) {
       e = std::move(*next);
       ready.erase(next);
+      e->run_state_.store(event_impl::taken);
     }
     dispatch(ready);
   }
+}
+
+std::vector<std::shared_ptr<event_impl>> scheduler::run(std::shared_ptr<event_impl> e) {
+  e->status_ = status::running;
+  if (e->action_) {
+    try {
+      e->action_->run();
+    } catch (...) {
+      if (e->error_sink_)
+        e->error_sink_->report(std::current_exception());
+    }
+  }
+  // Let go of the command's captures and of its queue before anyone learns
+  // that it is complete: a queue whose last handle goes after a wait hands
+  // its errors over there and then, not later on this thread. Only this
+  // thread touches these members once the command runs.
+  releasing_command = e.get();
+  e->action_.reset();
+  e->error_sink_.reset();
+  e->buffers_.clear();
+  releasing_command = nullptr;
+  return complete(e);
 }
 
 std::vector<std::shared_ptr<event_impl>> scheduler::complete(const std::shared_ptr<event_impl>& e) {

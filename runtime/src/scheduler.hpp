@@ -50,6 +50,9 @@ class scheduler {
                       const std::shared_ptr<event_impl>& dep);
   void dispatch(const std::vector<std::shared_ptr<event_impl>>& ready);
   void execute(std::shared_ptr<event_impl> e);
+  // Runs a command that this thread has taken, marks it complete and returns
+  // the commands that this made ready.
+  std::vector<std::shared_ptr<event_impl>> run(std::shared_ptr<event_impl> e);
   // Marks e complete and returns the commands that this made ready.
   std::vector<std::shared_ptr<event_impl>> complete(const std::shared_ptr<event_impl>& e);
 

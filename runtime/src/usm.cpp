@@ -6,6 +6,7 @@
 #include <map>
 #include <mutex>
 #include <new>
+#include <vector>
 
 #include "context_impl.hpp"
 #include "device_impl.hpp"
@@ -16,6 +17,7 @@ namespace {
 
 struct allocation {
   std::size_t bytes;
+  std::size_t alignment;
   usm::alloc kind;
   std::shared_ptr<device_impl> device;  // null for host allocations
   std::shared_ptr<context_impl> context;
@@ -28,6 +30,8 @@ class usm_registry {
     return *instance;
   }
 
+  usm_registry() { spare_nodes_.reserve(max_spare_nodes); }
+
   void* allocate(std::size_t alignment, std::size_t bytes, std::shared_ptr<device_impl> d,
                  const std::shared_ptr<context_impl>& ctx, usm::alloc kind) {
     if (bytes == 0 || kind == usm::alloc::unknown)
@@ -39,11 +43,21 @@ class usm_registry {
     std::lock_guard<std::mutex> lock(mutex_);
     if (kind == usm::alloc::shared && shared_failure_due())
       return nullptr;
-    void* p = ::operator new(bytes, std::align_val_t(alignment), std::nothrow);
+    void* p = allocate_bytes(bytes, alignment);
     if (p == nullptr)
       return nullptr;
-    allocations_[address(p)] = {bytes, kind, std::move(d), ctx};
-    alignments_[address(p)] = alignment;
+    // Records go in nodes kept from earlier releases: a loop of calls that
+    // allocate and free scratch makes no allocation of its own for them.
+    allocation record{bytes, alignment, kind, std::move(d), ctx};
+    if (spare_nodes_.empty()) {
+      allocations_.emplace(address(p), std::move(record));
+    } else {
+      auto node = std::move(spare_nodes_.back());
+      spare_nodes_.pop_back();
+      node.key() = address(p);
+      node.mapped() = std::move(record);
+      allocations_.insert(std::move(node));
+    }
     return p;
   }
 
@@ -56,10 +70,13 @@ class usm_registry {
     // handed to the wrong deallocator.
     if (found == allocations_.end() || found->second.context.get() != &ctx)
       return;
-    const auto alignment = alignments_.at(address(p));
-    allocations_.erase(found);
-    alignments_.erase(address(p));
-    ::operator delete(p, std::align_val_t(alignment));
+    auto node = allocations_.extract(found);
+    release_bytes(p, node.mapped().alignment);
+    if (spare_nodes_.size() < max_spare_nodes) {
+      node.mapped().device.reset();
+      node.mapped().context.reset();
+      spare_nodes_.push_back(std::move(node));
+    }
   }
 
   // The allocation of ctx that holds p, if any.
@@ -91,9 +108,26 @@ class usm_registry {
     return false;
   }
 
+  // Plain allocations serve alignments that the allocator gives anyway.
+  static void* allocate_bytes(std::size_t bytes, std::size_t alignment) {
+    if (alignment <= __STDCPP_DEFAULT_NEW_ALIGNMENT__)
+      return ::operator new(bytes, std::nothrow);
+    return ::operator new(bytes, std::align_val_t(alignment), std::nothrow);
+  }
+  static void release_bytes(void* p, std::size_t alignment) {
+    if (alignment <= __STDCPP_DEFAULT_NEW_ALIGNMENT__) {
+      ::operator delete(p);
+    } else {
+      ::operator delete(p, std::align_val_t(alignment));
+    }
+  }
+
+  using allocation_map = std::map<std::uintptr_t, allocation>;
+  static constexpr std::size_t max_spare_nodes = 64;
+
   std::mutex mutex_;
-  std::map<std::uintptr_t, allocation> allocations_;
-  std::map<std::uintptr_t, std::size_t> alignments_;
+  allocation_map allocations_;
+  std::vector<allocation_map::node_type> spare_nodes_;
   long long shared_successes_left_ = -1;
 };
 

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "spin_wait.hpp"
+
 namespace sycl::detail {
 
 worker_pool::~worker_pool() {
@@ -17,12 +19,14 @@ worker_pool::~worker_pool() {
 void worker_pool::push(std::function<void()> task) {
   std::lock_guard<std::mutex> lock(mutex_);
   tasks_.push_back(std::move(task));
+  queued_.store(tasks_.size(), std::memory_order_release);
   // Threads that were woken or made but have not yet taken a task will
   // each take one, so compare with the queue's length rather than with zero.
-  if (tasks_.size() > idle_ + starting_ && threads_.size() < max_threads) {
+  // A polling thread takes one without being woken.
+  if (tasks_.size() > idle_ + starting_ + polling_ && threads_.size() < max_threads) {
     ++starting_;
     threads_.emplace_back([this] { loop(); });
-  } else {
+  } else if (tasks_.size() > polling_) {
     wake_.notify_one();
   }
 }
@@ -31,6 +35,15 @@ void worker_pool::loop() {
   std::unique_lock<std::mutex> lock(mutex_);
   --starting_;
   for (;;) {
+    if (tasks_.empty() && !stopping_ && polling_ == 0) {
+      // Whatever push() saw, this thread looks at the queue again under the
+      // lock before it sleeps, so no task is missed.
+      ++polling_;
+      lock.unlock();
+      poll_until([this] { return queued_.load(std::memory_order_acquire) != 0; }, idle_poll_time);
+      lock.lock();
+      --polling_;
+    }
     ++idle_;
     wake_.wait(lock, [this] { return stopping_ || !tasks_.empty(); });
     --idle_;
@@ -38,6 +51,7 @@ void worker_pool::loop() {
       return;  // stopping, and nothing left to run
     std::function<void()> task = std::move(tasks_.front());
     tasks_.pop_front();
+    queued_.store(tasks_.size(), std::memory_order_relaxed);
     lock.unlock();
     task();
     task = nullptr;  // what the task held goes before the lock is taken again

@@ -1,9 +1,12 @@
 // Threads that run ready commands. A command may block for as long as it
 // likes (a host task waiting for something outside the runtime): a task that
 // finds no idle thread gets a new one, so ready commands never wait behind a
-// blocked one (up to max_threads; beyond that, tasks queue).
+// blocked one (up to max_threads; beyond that, tasks queue). One idle thread
+// at a time polls for work for a moment before it sleeps, so that a command
+// that follows soon after another is taken without a wake-up.
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <cstddef>
 #include <deque>
@@ -32,9 +35,11 @@ class worker_pool {
   std::mutex mutex_;
   std::condition_variable wake_;
   std::deque<std::function<void()>> tasks_;
+  std::atomic<std::size_t> queued_{0};  // tasks_.size(), for the polling thread
   std::vector<std::thread> threads_;
   std::size_t idle_ = 0;      // waiting for a task
   std::size_t starting_ = 0;  // made, not yet waiting
+  std::size_t polling_ = 0;   // polling for a task, at most one
   bool stopping_ = false;
 };
 

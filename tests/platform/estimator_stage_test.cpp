@@ -6,8 +6,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
+#include <ostream>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -288,6 +291,114 @@ TEST(BasicStageValues, InfinityAndNaNReachTheResults) {
   EXPECT_TRUE(std::isnan(call.out[call.mean][1]));
   EXPECT_TRUE(std::isnan(call.out[call.c2][1]));
 }
+
+// A threading service that runs the tasks of a loop last first, on the calling thread, and
+// claims three threads.
+void backwards_for(std::int64_t count, int, void* context, orv_ksu_serv_threader_for_body body) {
+  for (std::int64_t i = count - 1; i >= 0; --i)
+    body(context, i, 0);
+}
+int three_threads() {
+  return 3;
+}
+const ss_threading_entry* backwards_table() {
+  static const auto table = [] {
+    std::array<ss_threading_entry, SS_THREADING_TABLE_SIZE> t{};
+    for (std::size_t row = 0; row < t.size(); row += 5) {
+      t[row + SS_THREADER_FOR] = reinterpret_cast<ss_threading_entry>(&backwards_for);
+      t[row + SS_THREADER_GET_NUM_THREADS_LIMIT] =
+          reinterpret_cast<ss_threading_entry>(&three_threads);
+    }
+    return t;
+  }();
+  return table.data();
+}
+
+// What a blocked reduction shared among threads can get wrong. The sizes lie around the
+// module's cache block (256 KiB: 32768 doubles, 65536 floats, 2048 observations of a group of
+// 16 dimensions), its task (four blocks) and the tails of its vectors.
+enum class pattern { skewed, trend, weight_in_one_block };
+struct blocked_case {
+  const char* name;
+  std::int64_t n_dims, n_obs;
+  storage layout;
+  pattern kind;
+};
+const blocked_case blocked_cases[] = {
+    {"RowBlockLess1", 1, 32767, storage::row_major, pattern::skewed},
+    {"RowBlock", 1, 32768, storage::row_major, pattern::skewed},
+    {"RowTwoFloatBlocksPlus5", 1, 2 * 65536 + 5, storage::row_major, pattern::skewed},
+    {"RowTaskPlus1", 2, 131072 + 1, storage::row_major, pattern::skewed},
+    {"RowTrend", 1, 300007, storage::row_major, pattern::trend},
+    {"RowWeightInOneBlock", 1, 150000, storage::row_major, pattern::weight_in_one_block},
+    {"ColShortLastBlock", 16, 3 * 2048 + 7, storage::col_major, pattern::skewed},
+    {"ColTwoGroupsShortLastBlock", 19, 2 * 2048 + 3, storage::col_major, pattern::skewed},
+    {"ColTrend", 5, 30011, storage::col_major, pattern::trend},
+    {"ColWeightInOneBlock", 3, 30000, storage::col_major, pattern::weight_in_one_block},
+};
+
+void PrintTo(const blocked_case& c, std::ostream* os) {
+  *os << c.name;
+}
+
+using blocked_param = std::tuple<blocked_case, std::intptr_t>;
+class BlockedSums : public ::testing::TestWithParam<blocked_param> {
+ protected:
+  template <class T>
+  void check() {
+    const auto& [c, method] = GetParam();
+    basic_call<T> call;
+    call.fill(c.n_dims, c.n_obs, c.layout, 1200, {1e6, -3.0, 5e5}, {1.0, 2.0, 0.5});
+    for (std::int64_t d = 0; d < c.n_dims; ++d) {
+      double sum = 0.0;
+      for (std::int64_t i = 0; i < c.n_obs; ++i) {
+        T& x = call.x[element_index(c.layout, c.n_dims, c.n_obs, d, i)];
+        if (c.kind == pattern::trend)
+          x = static_cast<T>(static_cast<double>(x) + 1e-5 * static_cast<double>(i * i));
+        sum += static_cast<double>(x);
+      }
+      if (method == SS_METHOD_USER_MEAN)
+        call.user_mean.push_back(static_cast<T>(sum / static_cast<double>(c.n_obs) + 0.25));
+    }
+    if (c.kind == pattern::weight_in_one_block) {
+      call.weights.assign(static_cast<std::size_t>(c.n_obs), T(1e-6));
+      std::fill(call.weights.begin() + 20000, call.weights.begin() + 21000, T(1e6));
+    }
+    ASSERT_EQ(call.run(method), 0);
+    call.expect_near_reference(tolerance<T>);
+    const auto first = call.out;
+    const ss_threading_entry* const other_tables[] = {backwards_table(), nullptr};
+    for (const ss_threading_entry* table : other_tables) {
+      ASSERT_EQ(call.run(method, all_basic_bits, table), 0);
+      for (int k = 0; k < call.count; ++k) {
+        for (std::int64_t d = 0; d < c.n_dims; ++d) {
+          const auto i = static_cast<std::size_t>(d);
+          EXPECT_TRUE(near_reference(call.out[k][i], static_cast<quad>(first[k][i]), 2.0))
+              << "result " << k << " of dimension " << d << " depends on the threads";
+        }
+      }
+    }
+  }
+};
+
+TEST_P(BlockedSums, Float) {
+  check<float>();
+}
+TEST_P(BlockedSums, Double) {
+  check<double>();
+}
+
+std::string blocked_name(const ::testing::TestParamInfo<blocked_param>& info) {
+  return std::string(std::get<0>(info.param).name) + "Method" +
+         std::to_string(std::get<1>(info.param));
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, BlockedSums,
+                         ::testing::Combine(::testing::ValuesIn(blocked_cases),
+                                            ::testing::Values(SS_METHOD_TWO_PASS,
+                                                              SS_METHOD_ONE_PASS,
+                                                              SS_METHOD_USER_MEAN)),
+                         blocked_name);
 
 // Only the wanted estimates are written, and each wanted one needs its array.
 TEST(BasicStageMask, WritesOnlyWhatIsAsked) {

@@ -3,24 +3,41 @@
 namespace tessel::estimator {
 namespace {
 
-constexpr std::int64_t min_block_length = 2048;  // below this a task costs more than it does
-constexpr std::int64_t tasks_per_thread = 4;     // room to balance uneven tasks
+// A block is read from memory once and worked on again while it stays in the second-level cache,
+// beside the next one being read; large enough that the merges of blocks, one per dimension of a
+// column-major group, cost little beside the loops. A task reads a megabyte, enough to outweigh
+// the cost of handing it out and small enough for two cores to share the work evenly.
+constexpr std::int64_t cache_block_bytes = 256 * 1024;
+constexpr std::int64_t task_bytes = 1024 * 1024;
 
 std::int64_t ceil_div(std::int64_t a, std::int64_t b) {
   return a / b + (a % b != 0 ? 1 : 0);
 }
 
+std::int64_t group_dims(const task_shape& shape, std::int64_t element_size) {
+  if (shape.obs_stride != 1)
+    return std::min(max_group_dims, shape.n_dims);
+  if (shape.n_obs >= task_bytes / element_size)
+    return 1;
+  return std::min(task_bytes / (shape.n_obs * element_size), shape.n_dims);
+}
+
 }  // namespace
 
-work_split split_work(const task_shape& shape, int threads) {
+std::int64_t cache_block_length(std::int64_t dims, std::int64_t element_size) {
+  return std::max<std::int64_t>(1, cache_block_bytes / (dims * element_size));
+}
+
+work_split split_work(const task_shape& shape, std::int64_t element_size) {
   work_split split;
-  split.dims_per_group = shape.obs_stride == 1 ? 1 : std::min(max_group_dims, shape.n_dims);
+  split.dims_per_group = group_dims(shape, element_size);
   split.n_groups = ceil_div(shape.n_dims, split.dims_per_group);
-  const std::int64_t wanted_tasks = tasks_per_thread * std::max(1, threads);
-  const std::int64_t most_blocks = ceil_div(shape.n_obs, min_block_length);
-  split.n_blocks = std::clamp<std::int64_t>(ceil_div(wanted_tasks, split.n_groups), 1, most_blocks);
-  split.block_length = ceil_div(shape.n_obs, split.n_blocks);
-  split.n_blocks = ceil_div(shape.n_obs, split.block_length);
+  const std::int64_t block =
+      cache_block_length(shape.obs_stride == 1 ? 1 : split.dims_per_group, element_size);
+  const std::int64_t blocks_per_task = std::max<std::int64_t>(1, task_bytes / cache_block_bytes);
+  split.n_parts = ceil_div(shape.n_obs, block * blocks_per_task);
+  split.part_length = ceil_div(ceil_div(shape.n_obs, split.n_parts), block) * block;
+  split.n_parts = ceil_div(shape.n_obs, split.part_length);
   return split;
 }
 

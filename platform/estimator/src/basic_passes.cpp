@@ -1,0 +1,220 @@
+#include "basic_passes.hpp"
+
+#include "degree_dispatch.hpp"
+#include "lane_sums.hpp"
+
+#include <algorithm>
+#include <iterator>
+#include <type_traits>
+
+namespace tessel::estimator {
+namespace {
+
+// A block of observations of a group of neighbouring dimensions (one in row-major storage).
+template <class T>
+struct block_view {
+  const T* x;  // first observation of the block, first dimension of the group
+  const T* w;  // weight of the first observation, or null
+  std::int64_t n;
+  int dims;
+  std::int64_t stride;  // elements from one observation to the next: 1 in row-major storage
+};
+
+// The sums that one step leaves, by quantity and dimension of the group: power sums of one
+// block, central sums of another.
+template <int QA, int QB>
+struct step_sums {
+  double_double power[std::max(QA, 1)][max_group_dims];
+  double_double central[std::max(QB, 1)][max_group_dims];
+};
+
+// One step: the power sums of block a, which comes from memory, and the central sums of block b
+// about centre[k], which the step before brought into cache, side by side. Either block may
+// have no observations.
+template <class V, int Raw, int Central, bool Weighted, class T>
+TESSEL_INLINE void step(const block_view<T>& a, const block_view<T>& b, const double* centre,
+                        step_sums<power_quantities(Raw, Weighted), Central>& out) {
+  constexpr int QA = power_quantities(Raw, Weighted);
+  constexpr int QA1 = std::max(QA, 1), QB1 = std::max(Central, 1);
+  constexpr int wide = wide_vectors(QA, Central);
+  const auto centres = [&](auto& c, int first, bool shared) __attribute__((always_inline)) {
+    using W = std::remove_reference_t<decltype(c[0])>;
+    for (int j = 0; j < static_cast<int>(std::size(c)); ++j) {
+      fill(c[j], [&](int l) {
+        return Central > 0 ? centre[shared ? 0 : first + j * lanes_of<W> + l] : 0.0;
+      });
+    }
+  };
+  if (a.stride == 1) {
+    // One dimension: rows of neighbouring observations, then the few left over one by one, and
+    // all lanes folded together.
+    using main_shape = row_shape<V, wide>;
+    const std::int64_t rows_a = a.n / main_shape::lanes, rows_b = b.n / main_shape::lanes;
+    const std::int64_t done_a = rows_a * main_shape::lanes, done_b = rows_b * main_shape::lanes;
+    lane_totals<V, wide, QA1> main_a;
+    lane_totals<V, wide, QB1> main_b;
+    V c[wide];
+    centres(c, 0, true);
+    add_rows<Raw, Central, Weighted, V, wide>(
+        contiguous_rows<T>{a.x, a.w, main_shape::lanes}, rows_a, main_a,
+        contiguous_rows<T>{b.x, b.w, main_shape::lanes}, rows_b, c, main_b);
+    lane_totals<double, 1, QA1> tail_a;
+    lane_totals<double, 1, QB1> tail_b;
+    double tail_c[1];
+    centres(tail_c, 0, true);
+    add_rows<Raw, Central, Weighted, double, 1>(
+        contiguous_rows<T>{a.x + done_a, Weighted ? a.w + done_a : nullptr, 1}, a.n - done_a,
+        tail_a, contiguous_rows<T>{b.x + done_b, Weighted ? b.w + done_b : nullptr, 1},
+        b.n - done_b, tail_c, tail_b);
+    const auto fold = [](const auto& main, const auto& tail, int q) {
+      double_double total{};
+      main.fold(q, total);
+      tail.fold(q, total);
+      return renormalize(total.hi, total.lo);
+    };
+    for (int q = 0; q < QA; ++q)
+      out.power[q][0] = fold(main_a, tail_a, q);
+    for (int q = 0; q < Central; ++q)
+      out.central[q][0] = fold(main_b, tail_b, q);
+  } else {
+    // No wider than a group.
+    constexpr int group_wide = std::min(wide, static_cast<int>(max_group_dims) / lanes_of<V>);
+    for_lane_groups<V, group_wide>(
+        a.dims, [&](int first, auto shape) __attribute__((always_inline)) {
+          using S = decltype(shape);
+          using W = typename S::vector;
+          lane_totals<W, S::vectors, QA1> ta;
+          lane_totals<W, S::vectors, QB1> tb;
+          W c[S::vectors];
+          centres(c, first, false);
+          add_rows<Raw, Central, Weighted, W, S::vectors>(
+              strided_rows<T>{a.x + first, a.w, a.stride}, a.n, ta,
+              strided_rows<T>{b.x + first, b.w, b.stride}, b.n, c, tb);
+          for (int l = 0; l < S::lanes; ++l) {
+            for (int q = 0; q < QA; ++q)
+              out.power[q][first + l] = ta.total(q, l);
+            for (int q = 0; q < Central; ++q)
+              out.central[q][first + l] = tb.total(q, l);
+          }
+        });
+  }
+}
+
+// Observations [i0, i1) of dimensions [d0, d1), block by block, merged in order into out. Each
+// block is read from memory once: its power sums are taken in the step that also takes the
+// central sums of the block before it, which is still in cache; its own central sums, about a
+// centre near its mean, in the next step. Without central sums the part is one block.
+template <class V, int Raw, int Central, bool Weighted, class T>
+TESSEL_INLINE void reduce_part(const observations<T>& data, const sums_request<T>& what,
+                               std::int64_t d0, std::int64_t d1, std::int64_t i0, std::int64_t i1,
+                               partial_sums* out) {
+  constexpr int QA = power_quantities(Raw, Weighted);
+  constexpr int first_raw = Weighted ? 2 : 0;
+  const task_shape& shape = data.shape;
+  const int dims = static_cast<int>(d1 - d0);
+  const bool given = what.user_mean != nullptr;
+  const centring how = Central == 0 ? centring::none
+                       : given      ? centring::given_centre
+                                    : centring::own_mean;
+  const std::int64_t block_length = Central > 0 ? cache_block_length(dims, sizeof(T)) : i1 - i0;
+  const auto block_at = [&](std::int64_t b0) {
+    const std::int64_t n = std::max<std::int64_t>(0, std::min(block_length, i1 - b0));
+    const std::int64_t first = std::min(b0, i1 - 1);
+    return block_view<T>{data.x + shape.offset(d0, first),
+                         Weighted ? data.weights + first : nullptr, n, dims, shape.obs_stride};
+  };
+  partial_sums sums[max_group_dims];  // of the block whose central sums are still to come
+  double centre[max_group_dims] = {};
+  block_view<T> previous = block_at(i1);  // none yet
+  for (std::int64_t b0 = i0;; b0 += block_length) {
+    const block_view<T> current = block_at(b0);
+    step_sums<QA, Central> found;
+    step<V, Raw, Central, Weighted>(current, previous, centre, found);
+    if (previous.n > 0) {
+      for (int k = 0; k < dims; ++k) {
+        if constexpr (Central > 0) {
+          double_double d[4] = {};
+          for (int j = 0; j < Central; ++j)
+            d[j] = found.central[j][k];
+          if (given) {
+            sums[k].mean = {centre[k], 0.0};
+            for (int j = 0; j < 3; ++j)
+              sums[k].central[j] = d[j + 1];
+          } else {
+            centre_on_own_mean(centre[k], d, sums[k]);
+          }
+        }
+        merge(out[k], sums[k], how);
+      }
+    }
+    if (current.n == 0)
+      break;
+    for (int k = 0; k < dims; ++k) {
+      partial_sums& s = sums[k];
+      s = partial_sums{};
+      s.w = Weighted ? found.power[0][k] : double_double{static_cast<double>(current.n), 0.0};
+      s.w2 = Weighted ? found.power[1][k] : s.w;
+      for (int j = 0; j < Raw; ++j)
+        s.raw[j] = found.power[first_raw + j][k];
+      // The centre need only be near the mean: the sums about it are moved to the exact mean.
+      centre[k] = given ? static_cast<double>(what.user_mean[d0 + k]) : s.raw[0].hi / s.w.hi;
+    }
+    previous = current;
+  }
+}
+
+// The loops built for each instruction set.
+template <int Raw, int Central, bool Weighted, class T>
+void reduce_part_sse2(const observations<T>& data, const sums_request<T>& what, std::int64_t d0,
+                      std::int64_t d1, std::int64_t i0, std::int64_t i1, partial_sums* out) {
+  reduce_part<double2, Raw, Central, Weighted>(data, what, d0, d1, i0, i1, out);
+}
+template <int Raw, int Central, bool Weighted, class T>
+TESSEL_TARGET_AVX2 void reduce_part_avx2(const observations<T>& data, const sums_request<T>& what,
+                                         std::int64_t d0, std::int64_t d1, std::int64_t i0,
+                                         std::int64_t i1, partial_sums* out) {
+  reduce_part<double4, Raw, Central, Weighted>(data, what, d0, d1, i0, i1, out);
+}
+
+}  // namespace
+
+template <class T>
+std::vector<partial_sums> basic_sums(const observations<T>& data, const sums_request<T>& what) {
+  const bool own_mean = what.central_degree > 0 && what.user_mean == nullptr;
+  const int raw = own_mean ? std::max(what.raw_degree, 1) : what.raw_degree;
+  const centring how = what.central_degree == 0    ? centring::none
+                       : what.user_mean != nullptr ? centring::given_centre
+                                                   : centring::own_mean;
+  const bool avx2 = avx2_enabled();
+  std::vector<partial_sums> result;
+  with_raw_degree(raw, [&](auto r) {
+    with_central_degree(what.central_degree, [&](auto c) {
+      with_weights(data.weights != nullptr, [&](auto weighted) {
+        result = reduce_parts<partial_sums>(
+            data.shape, sizeof(T), data.threads,
+            [&](std::int64_t d0, std::int64_t d1, std::int64_t i0, std::int64_t i1,
+                partial_sums* out) {
+              constexpr int raw_degree = decltype(r)::value;
+              constexpr int central_degree = decltype(c)::value;
+              constexpr bool is_weighted = decltype(weighted)::value;
+              if (avx2) {
+                reduce_part_avx2<raw_degree, central_degree, is_weighted>(data, what, d0, d1, i0,
+                                                                          i1, out);
+              } else {
+                reduce_part_sse2<raw_degree, central_degree, is_weighted>(data, what, d0, d1, i0,
+                                                                          i1, out);
+              }
+            },
+            [how](partial_sums& total, const partial_sums& later) { merge(total, later, how); });
+      });
+    });
+  });
+  return result;
+}
+
+template std::vector<partial_sums> basic_sums(const observations<float>&,
+                                              const sums_request<float>&);
+template std::vector<partial_sums> basic_sums(const observations<double>&,
+                                              const sums_request<double>&);
+
+}  // namespace tessel::estimator
