@@ -318,8 +318,8 @@ const ss_threading_entry* backwards_table() {
 // module's cache block (256 KiB: 32768 doubles, 65536 floats, 2048 observations of a group of
 // 16 dimensions), its task (four blocks) and the tails of its vectors.
 // Jumps move the mean by thousands of spreads from one column-major block to the next, and
-// within row-major blocks; a bad start puts the first observations of each task far out, so
-// that the first guess at a block's mean is wrong.
+// within row-major blocks; a bad start puts the first 256 observations of each task a thousand
+// spreads out, so that a guess at a block's mean from its first observations is far off.
 enum class pattern { skewed, trend, weight_in_one_block, jumps, bad_start };
 struct blocked_case {
   const char* name;
@@ -368,8 +368,8 @@ class BlockedSums : public ::testing::TestWithParam<blocked_param> {
           const auto step = static_cast<double>(i / 2048 % 4);
           x = static_cast<T>(static_cast<double>(x) + 1e3 * step * step);
         }
-        if (c.kind == pattern::bad_start && i % 8192 < 16)
-          x = static_cast<T>(static_cast<double>(x) + 100.0);
+        if (c.kind == pattern::bad_start && i % 8192 < 256)
+          x = static_cast<T>(static_cast<double>(x) + 1e3);
         sum += static_cast<double>(x);
       }
       if (method == SS_METHOD_USER_MEAN)

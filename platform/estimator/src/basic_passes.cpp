@@ -28,9 +28,9 @@ struct step_sums {
   double_double central[std::max(QB, 1)][max_group_dims];
 };
 
-// One step: the power sums of block a, which comes from memory, and the central sums of block b
-// about centre[k], which the step before brought into cache, side by side. Either block may
-// have no observations.
+// One step: the power sums of block a and the sums of the deviations of block b from centre[k],
+// side by side; a and b are the same block on its read from memory, and b alone on a second
+// pass in cache. Either block may have no observations.
 template <class V, int Raw, int Central, bool Weighted, class T>
 TESSEL_INLINE void step(const block_view<T>& a, const block_view<T>& b, const double* centre,
                         step_sums<power_quantities(Raw, Weighted), Central>& out) {
