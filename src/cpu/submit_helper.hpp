@@ -12,6 +12,7 @@
 #include <vorlex/orv/stats.hpp>
 
 #include "cpu/estimator_calls.hpp"
+#include "cpu/host_command.hpp"
 #include "orv/ss_task.h"
 
 namespace vorlex::orv::stats::detail::cpu {
@@ -31,9 +32,6 @@ void estimate_in_task(std::int64_t n_dims, std::int64_t n_observations, const T*
   ss_delete_task(&task);
 }
 
-template <typename T>
-using input_accessor = sycl::accessor<T, 1, sycl::access_mode::read, sycl::target::device>;
-
 // An input that the dataset lacks has no accessor, and the task gets a null pointer for it.
 struct absent_input {};
 
@@ -46,9 +44,11 @@ auto input_access(sycl::buffer<T, 1>& input, sycl::handler& cgh) {
   }
 }
 
-// An input of no elements is handed over as null: there is nothing there to read.
-template <typename T>
-const T* input_pointer(const input_accessor<T>& input) {
+// An input of no elements is handed over as null: there is nothing there to read. (The accessor
+// is whatever get_access gives: an implementation may add template parameters of its own.)
+template <typename Accessor>
+auto input_pointer(const Accessor& input)
+    -> decltype(input.template get_multi_ptr<sycl::access::decorated::no>().get()) {
   return input.empty() ? nullptr
                        : input.template get_multi_ptr<sycl::access::decorated::no>().get();
 }
@@ -69,7 +69,7 @@ sycl::event submit_command_group(sycl::queue& queue, dataset<L, sycl::buffer<T, 
     auto weights = input_access<HasWeights>(data.weights, cgh);
     auto indices = input_access<HasIndices>(data.indices, cgh);
     functor.require(cgh);
-    cgh.host_task([data, observations, weights, indices, functor] {
+    host_command(cgh, [data, observations, weights, indices, functor] {
       estimate_in_task<T, L>(data.n_dims, data.n_observations, input_pointer(observations),
                              input_pointer(weights), input_pointer(indices), functor);
     });
@@ -101,9 +101,9 @@ sycl::event submit(sycl::queue& queue, dataset<L, T*> data, F& functor,
                    const std::vector<sycl::event>& dependencies) {
   return queue.submit([&data, &functor, &dependencies](sycl::handler& cgh) {
     cgh.depends_on(dependencies);
-    cgh.host_task([n_dims = data.n_dims, n_observations = data.n_observations,
-                   observations = data.observations, weights = data.weights, indices = data.indices,
-                   functor] {
+    host_command(cgh, [n_dims = data.n_dims, n_observations = data.n_observations,
+                       observations = data.observations, weights = data.weights,
+                       indices = data.indices, functor] {
       estimate_in_task<T, L>(n_dims, n_observations, observations, weights, indices, functor);
     });
   });
