@@ -8,7 +8,9 @@
 #   TESSEL_SYCL_HAS_MAD               sycl::mad
 #   TESSEL_SYCL_HAS_GROUP_COPY        async_work_group_copy as SYCL 2020 has it: decorated pointers,
 #                                     a source of const
-set(_tessel_sycl_features HOST_TASK CUSTOM_OPERATION MAD GROUP_COPY)
+#   TESSEL_SYCL_HAS_BUFFER_ALLOCATIONS  AdaptiveCpp's buffer::has_allocation, which tells its
+#                                     buffers of no elements (they report one) from others
+set(_tessel_sycl_features HOST_TASK CUSTOM_OPERATION MAD GROUP_COPY BUFFER_ALLOCATIONS)
 
 function(_tessel_sycl_probe feature)
   set(variable TESSEL_SYCL_HAS_${feature})
@@ -49,6 +51,7 @@ if(TESSEL_SYCL STREQUAL "bundled")
     set(TESSEL_SYCL_HAS_${feature} 1)
   endforeach()
   set(TESSEL_SYCL_HAS_CUSTOM_OPERATION 0)
+  set(TESSEL_SYCL_HAS_BUFFER_ALLOCATIONS 0)
 else()
   foreach(feature IN LISTS _tessel_sycl_features)
     if(NOT feature STREQUAL "CUSTOM_OPERATION" OR NOT TESSEL_SYCL_HAS_HOST_TASK)

@@ -379,6 +379,21 @@ TEST(HostTaskFrame, EstimatorFailureReachesTheAsynchronousHandler) {
           << texts->front();
     }
   }
+  // A buffer of no elements stays absent after a call has seen it.
+  texts->clear();
+  std::vector<double> values = {1, 2, 3, 4}, sum2(1, -1.0);
+  {
+    sycl::buffer<double, 1> none{sycl::range<1>(0)};
+    const st::dataset<st::layout::row_major, sycl::buffer<double, 1>> data(
+        1, 4, sycl::buffer<double, 1>(values.data(), sycl::range<1>(4)));
+    for (int call = 0; call < 2; ++call) {
+      st::raw_sum<st::method::fast, double, st::layout::row_major>(
+          q, data, none, sycl::buffer<double, 1>(sum2.data(), sycl::range<1>(1)), none, none);
+    }
+    q.wait_and_throw();
+  }
+  EXPECT_EQ(texts->size(), testing_gpu() ? 0U : 2U);
+  EXPECT_EQ(sum2[0], testing_gpu() ? 30.0 : -1.0);
 }
 
 // A call on buffers comes after the commands submitted before it on those buffers and before
