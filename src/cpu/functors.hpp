@@ -116,9 +116,9 @@ struct raw_sum_func : wants_2_to_4<Usm> {
 
   void require(sycl::handler& cgh) const {
     require_placeholder(cgh, sum);
-    require_placeholder_if_accessing(cgh, raw_sum2);
-    require_placeholder_if_accessing(cgh, raw_sum3);
-    require_placeholder_if_accessing(cgh, raw_sum4);
+    require_placeholder(cgh, raw_sum2);
+    require_placeholder(cgh, raw_sum3);
+    require_placeholder(cgh, raw_sum4);
   }
 
   void estimate(ss_task* task) const {
@@ -163,9 +163,9 @@ struct raw_moment_func : wants_2_to_4<Usm> {
 
   void require(sycl::handler& cgh) const {
     require_placeholder(cgh, mean);
-    require_placeholder_if_accessing(cgh, raw2);
-    require_placeholder_if_accessing(cgh, raw3);
-    require_placeholder_if_accessing(cgh, raw4);
+    require_placeholder(cgh, raw2);
+    require_placeholder(cgh, raw3);
+    require_placeholder(cgh, raw4);
   }
 
   void estimate(ss_task* task) const {

@@ -1,5 +1,5 @@
 // The argument checks of an entry: outputs by the row's rule, then the caller's mean. They look
-// at nothing but a pointer against null or a buffer's element count against 0.
+// at nothing but a pointer against null or whether a buffer holds elements.
 #pragma once
 
 #include <sycl/sycl.hpp>
@@ -10,6 +10,7 @@
 #include <type_traits>
 #include <vorlex/orv/stats.hpp>
 
+#include "common/has_elements.hpp"
 #include "stats/row.hpp"
 
 namespace vorlex::orv::stats::detail {
@@ -21,7 +22,7 @@ bool is_given(const T* pointer) {
 
 template <typename T>
 bool is_given(const sycl::buffer<T, 1>& buffer) {
-  return buffer.size() != 0;
+  return has_elements(buffer);
 }
 
 enum class form { usm, buffer };

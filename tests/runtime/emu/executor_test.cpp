@@ -418,6 +418,35 @@ TEST(LocalMemory, OneBlockPastTheLargestRequestIsTheGroupsOwn) {
   }
 }
 
+// The checking mode lets a launch that stays inside its request pass, and fails one whose group
+// wrote past it, naming the group and the bytes. Under AddressSanitizer the memory past the
+// request is poisoned while the group runs, so the sanitizer reports the touch itself.
+TEST(LocalMemory, CheckingModeFailsALaunchThatTouchesPastItsRequest) {
+  scoped_env check("TESSEL_EMU_CHECK_LOCAL_MEMORY", "1");
+  auto gpu = make_gpu(0, 8, 1);
+  constexpr std::size_t local = 8, request = local * sizeof(double);
+  const auto writes_until = [](std::size_t end) {
+    return [end](const sycl::nd_item<1>& it) {
+      double* block = local_memory<double>();
+      for (std::size_t k = it.get_local_id(0); k < end; k += local)
+        block[k] = 1.0;
+    };
+  };
+  EXPECT_NO_THROW(run_nd(*gpu, 2 * local, local, writes_until(local), request));
+#if TESSEL_SANITIZE_ADDRESS
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_DEATH(run_nd(*gpu, 2 * local, local, writes_until(local + 1), request),
+               "use-after-poison");
+#else
+  const sycl::exception e =
+      expect_sycl_error([&] { run_nd(*gpu, 2 * local, local, writes_until(local + 1), request); });
+  EXPECT_EQ(code_of(e), sycl::errc::kernel);
+  EXPECT_NE(std::string(e.what()).find("wrote local memory up to byte 72, past its request of 64"),
+            std::string::npos)
+      << e.what();
+#endif
+}
+
 TEST(Settings, EmulatedGpuReadsTheEnvironmentWhenMade) {
   scoped_env wg("TESSEL_EMU_GPU_WORK_GROUP_SIZE", "5");
   scoped_env lm("TESSEL_EMU_GPU_LOCAL_MEM_SIZE", "96");
