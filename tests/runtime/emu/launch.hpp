@@ -9,7 +9,7 @@
 #include <sycl/detail/kernel_launch.hpp>
 #include <sycl/sycl.hpp>
 
-namespace tessel_test {
+namespace tessel::test {
 
 template <typename Kernel>
 void run_nd(sycl::detail::device_backend& device, std::size_t global, std::size_t local,
@@ -68,4 +68,4 @@ T* local_memory(std::size_t byte_offset = 0) {
   return reinterpret_cast<T*>(sycl::detail::current_local_arena() + byte_offset);
 }
 
-}  // namespace tessel_test
+}  // namespace tessel::test
