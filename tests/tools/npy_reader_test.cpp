@@ -88,17 +88,14 @@ INSTANTIATE_TEST_SUITE_P(
                        ::testing::Values(element_type::f32, element_type::f64)),
     kind_name);
 
-TEST(Npy, TypeDefaultsToTheStoredOne) {
+// The stored type unless told otherwise; Python 2 long integers, double quotes, no trailing
+// comma, keys in another order.
+TEST(Npy, TypeDefaultsToTheStoredOneAndHeaderVariantsNumpyHasWritten) {
   const npy_array array =
       read(npy_file(dictionary("<f4", false, "(2,)"), raw_bytes<float>({1.5f, 2.5f}, false)));
   EXPECT_EQ(array.type, element_type::f32);
   EXPECT_EQ(array.rank, 1);
-  EXPECT_EQ(array.n_columns, 1);
   EXPECT_THAT(elements<float>(array.values, 2), ElementsAre(1.5f, 2.5f));
-}
-
-TEST(Npy, HeaderVariantsNumpyHasWritten) {
-  // Python 2 long integers, double quotes, no trailing comma, keys in another order.
   const std::string data = raw_bytes<double>({1, 2, 3, 4}, false);
   EXPECT_EQ(read(npy_file(dictionary("<f8", false, "(2L, 2L)"), data)).n_rows, 2);
   EXPECT_EQ(read(npy_file("{\"shape\": (4,), \"fortran_order\": False, \"descr\": \"=f8\"}", data))
@@ -143,55 +140,49 @@ TEST(Npy, NaNIsAMissingValueOrRefusedWhereItStands) {
 
 TEST(NpyErrors, SayWhyTheFileCannotBeRead) {
   const std::string two = raw_bytes<double>({1, 2}, false);
-  EXPECT_EQ(read_error("PK\x03\x04 not numpy"),
-            "a.npy: not a .npy file (it does not start with \\x93NUMPY)");
-  EXPECT_EQ(read_error(std::string("\x93NUMPY", 6)), "a.npy: truncated .npy header");
-  EXPECT_EQ(read_error(std::string("\x93NUMPY\x01\x00\x10", 9)), "a.npy: truncated .npy header");
-  EXPECT_EQ(read_error(std::string("\x93NUMPY\x01\x00\xff\x00{}", 12)),
-            "a.npy: truncated .npy header: it announces 255 bytes, 2 are there");
-  EXPECT_EQ(read_error(npy_file(dictionary("<f8", false, "(2,)"), two, 4)),
-            "a.npy: unsupported .npy format version 4.0 (tessel reads 1.0, 2.0 and 3.0)");
-  EXPECT_EQ(read_error(npy_file(dictionary("<i8", false, "(2,)"), two)),
-            "a.npy: unsupported .npy element type '<i8' (tessel reads float32 and float64: "
-            "'<f4', '>f4', '<f8', '>f8')");
-  EXPECT_EQ(read_error(npy_file(dictionary("<c16", false, "(1,)"), two)),
-            "a.npy: unsupported .npy element type '<c16' (tessel reads float32 and float64: "
-            "'<f4', '>f4', '<f8', '>f8')");
-  EXPECT_EQ(
-      read_error(npy_file("{'descr': [('x', '<f8')], 'fortran_order': False, 'shape': (2,)}", two)),
-      "a.npy: malformed .npy header: a structured dtype (a list of fields); tessel reads "
-      "plain float32 or float64 arrays");
-  EXPECT_EQ(read_error(npy_file(dictionary("<f8", false, "(1, 1, 2)"), two)),
-            "a.npy: unsupported .npy shape (1, 1, 2): tessel reads 1-D and 2-D arrays");
-  EXPECT_EQ(read_error(npy_file(dictionary("<f8", false, "()"), two)),
-            "a.npy: unsupported .npy shape (): tessel reads 1-D and 2-D arrays");
-  EXPECT_EQ(read_error(npy_file(dictionary("<f8", false, "(0, 3)"), "")),
-            "a.npy: empty .npy array (shape (0, 3))");
-  EXPECT_EQ(read_error(npy_file(dictionary("<f8", false, "(3,)"), two)),
-            "a.npy: truncated .npy data: shape (3,) needs 24 bytes, 16 are there");
-  EXPECT_EQ(read_error(npy_file(dictionary("<f8", false, "(4294967296, 4294967296)"), two)),
-            "a.npy: .npy shape (4294967296, 4294967296) is too large");
-  EXPECT_EQ(read_error(npy_file(dictionary("<f8", false, "(99999999999999999999,)"), two)),
-            "a.npy: malformed .npy header: an extent of the shape is too large");
-  EXPECT_EQ(read_error(npy_file("{'descr': '<f8', 'shape': (2,)}", two)),
-            "a.npy: malformed .npy header: no valid 'fortran_order' entry");
-  EXPECT_EQ(read_error(npy_file("{'descr': '<f8', 'fortran_order': 0, 'shape': (2,)}", two)),
-            "a.npy: malformed .npy header: unexpected value at byte 34 of the header");
-  EXPECT_EQ(read_error(npy_file("{'descr': '<f8' 'fortran_order': False}", two)),
-            "a.npy: malformed .npy header: expected '}' at byte 16 of the header");
-  EXPECT_EQ(read_error(npy_file("{'descr': '<f8", two)),
-            "a.npy: malformed .npy header: unterminated string");
-}
-
-TEST(NpyErrors, DoubleTooLargeForFloat) {
-  npy_options options;
-  options.type = element_type::f32;
-  EXPECT_EQ(
-      data_error_text([&] {
-        read(npy_file(dictionary("<f8", false, "(1, 2)"), raw_bytes<double>({1, 1e300}, false)),
-             options);
-      }),
-      "a.npy: value 1e+300 at [0, 1] is out of range for float");
+  const auto plain = [&](const char* shape, const std::string& data) {
+    return npy_file(dictionary("<f8", false, shape), data);
+  };
+  const std::string only_floats = "(tessel reads float32 and float64: '<f4', '>f4', '<f8', '>f8')";
+  const std::string malformed = "malformed .npy header: ";
+  const std::vector<std::pair<std::string, std::string>> cases = {
+      {"PK\x03\x04 not numpy", "not a .npy file (it does not start with \\x93NUMPY)"},
+      {std::string("\x93NUMPY", 6), "truncated .npy header"},
+      {std::string("\x93NUMPY\x01\x00\x10", 9), "truncated .npy header"},
+      {std::string("\x93NUMPY\x01\x00\xff\x00{}", 12),
+       "truncated .npy header: it announces 255 bytes, 2 are there"},
+      {npy_file(dictionary("<f8", false, "(2,)"), two, 4),
+       "unsupported .npy format version 4.0 (tessel reads 1.0, 2.0 and 3.0)"},
+      {npy_file(dictionary("<i8", false, "(2,)"), two),
+       "unsupported .npy element type '<i8' " + only_floats},
+      {npy_file(dictionary("<c16", false, "(1,)"), two),
+       "unsupported .npy element type '<c16' " + only_floats},
+      {npy_file("{'descr': [('x', '<f8')], 'fortran_order': False, 'shape': (2,)}", two),
+       malformed + "a structured dtype (a list of fields); tessel reads plain float32 or "
+                   "float64 arrays"},
+      {plain("(1, 1, 2)", two),
+       "unsupported .npy shape (1, 1, 2): tessel reads 1-D and 2-D arrays"},
+      {plain("()", two), "unsupported .npy shape (): tessel reads 1-D and 2-D arrays"},
+      {plain("(0, 3)", ""), "empty .npy array (shape (0, 3))"},
+      {plain("(3,)", two), "truncated .npy data: shape (3,) needs 24 bytes, 16 are there"},
+      {plain("(4294967296, 4294967296)", two), ".npy shape (4294967296, 4294967296) is too large"},
+      {plain("(99999999999999999999,)", two), malformed + "an extent of the shape is too large"},
+      {npy_file("{'descr': '<f8', 'shape': (2,)}", two),
+       malformed + "no valid 'fortran_order' entry"},
+      {npy_file("{'descr': '<f8', 'fortran_order': 0, 'shape': (2,)}", two),
+       malformed + "unexpected value at byte 34 of the header"},
+      {npy_file("{'descr': '<f8' 'fortran_order': False}", two),
+       malformed + "expected '}' at byte 16 of the header"},
+      {npy_file("{'descr': '<f8", two), malformed + "unterminated string"}};
+  for (const auto& [bytes, message] : cases) {
+    EXPECT_EQ(read_error(bytes), "a.npy: " + message);
+  }
+  npy_options single;
+  single.type = element_type::f32;
+  EXPECT_EQ(data_error_text([&] {
+              read(plain("(1, 2)", raw_bytes<double>({1, 1e300}, false)), single);
+            }),
+            "a.npy: value 1e+300 at [0, 1] is out of range for float");
 }
 
 // Files written by numpy itself (a ctest fixture runs make_npy.py), so that the reader is
