@@ -30,7 +30,8 @@ TEST_P(KernelOnDevice, RangeKernelTakesItemIdOrIndex) {
       std::size_t* p = by_id.data();
       q.parallel_for<class by_id_kernel>(n, [=](sycl::id<1> i) { p[i[0]] += i[0] + 1; });
       std::size_t* r = by_index.data();
-      q.parallel_for(sycl::range<1>(n), [=](std::size_t i) { r[i] += 2 * i; }).wait();
+      q.parallel_for(sycl::range<1>(n), [=](std::size_t i) { r[i] += 2 * i; });
+      q.wait();
     }
     for (std::size_t i = 0; i < n; ++i) {
       ASSERT_EQ(by_item[i], i * n);

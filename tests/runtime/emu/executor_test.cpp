@@ -106,28 +106,6 @@ TEST(Shuffle, PermutesGroupsAndItemsExactlyOnce) {
             std::make_pair(groups_in_order, items_in_order));
 }
 
-// Values that cancel, so that a fold in another order gives other bits.
-TEST(Shuffle, ReductionsStayLeftFoldsInLocalIdOrder) {
-  constexpr std::size_t local = 7, groups = 5, n = local * groups;
-  std::vector<float> x(n);
-  for (std::size_t i = 0; i < n; ++i) {
-    x[i] = (i % 3 == 0 ? 1.0e8f : 1.0f) * (i % 2 ? -1.0f : 1.0f);
-  }
-  for (std::uint64_t seed : {0, 3, 99}) {
-    auto gpu = make_gpu(seed, local);
-    std::vector<float> sum(n);
-    run_nd(*gpu, n, local, [&](const sycl::nd_item<1>& it) {
-      const std::size_t i = it.get_global_id(0);
-      sum[i] = sycl::reduce_over_group(it.get_group(), x[i], 0.5f, sycl::plus<float>());
-    });
-    for (std::size_t i = 0; i < n; ++i) {
-      const std::size_t first = i / local * local;
-      const float fold = std::accumulate(&x[first], &x[first + local], 0.5f);
-      EXPECT_EQ(std::memcmp(&sum[i], &fold, sizeof fold), 0) << "seed " << seed;
-    }
-  }
-}
-
 // Item 0 opens collective #1; item 1 calls something else.
 struct mismatch_case {
   const char* name;
