@@ -164,7 +164,7 @@ TEST_P(BufferOnDevice, PlaceholderIsBoundByRequire) {
 }
 
 // Each command reads what the one before it wrote, through the accessors alone: a missing
-// edge (read after write, write after read) shows as a wrong sum.
+// edge shows as a wrong sum.
 TEST_P(BufferOnDevice, ConflictingAccessesRunInSubmissionOrder) {
   sycl::queue q(GetParam());
   constexpr std::size_t n = 64;
@@ -189,6 +189,30 @@ TEST_P(BufferOnDevice, ConflictingAccessesRunInSubmissionOrder) {
   }
   sycl::host_accessor result(data, sycl::read_only);
   EXPECT_EQ(std::count(result.begin(), result.end(), 15), static_cast<long>(n));
+}
+
+TEST_P(BufferOnDevice, AWriteWaitsForTheReadsBeforeIt) {
+  sycl::queue q(GetParam());
+  int value = 1, seen = 0;
+  gate g;
+  {
+    sycl::buffer<int> b(&value, sycl::range<1>(1));
+    q.submit([&](sycl::handler& cgh) {
+      sycl::accessor r(b, cgh, sycl::read_only);
+      cgh.host_task([=, &g, &seen] {
+        g.pass();
+        seen = r[0];
+      });
+    });
+    q.submit([&](sycl::handler& cgh) {
+      sycl::accessor w(b, cgh, sycl::write_only);
+      cgh.single_task([=] { w[0] = 2; });
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    g.open();
+  }
+  EXPECT_EQ(seen, 1);
+  EXPECT_EQ(value, 2);
 }
 
 TEST_P(BufferOnDevice, HostAccessorHoldsTheBufferUntilItGoes) {

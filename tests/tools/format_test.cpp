@@ -54,8 +54,9 @@ TEST(FormatTable, StatisticsAsRowsDimensionsAlignedOnTheDecimalPoint) {
   result.missing_values = 4;
   const double column[] = {3, 1234.56789, 0.000123456, -2, 1e+20, 0.5, 6, 7, 8, 9, 10, 11};
   const std::vector<statistic_info> rows = result.statistics();
-  for (std::size_t k = 0; k < rows.size(); ++k)
+  for (std::size_t k = 0; k < rows.size(); ++k) {
     result.dimensions[0][rows[k].id] = column[k];
+  }
   result.dimensions[1][statistic::skewness] = std::numeric_limits<double>::quiet_NaN();
   const std::string expected =
       "d.csv: 3 observations of 2 dimensions, double in col_major, on host cpu\n"

@@ -43,8 +43,9 @@ void run_range(sycl::detail::device_backend& device, std::size_t size, const Ker
 class scoped_env {
  public:
   scoped_env(const char* name, const std::string& value) : name_(name) {
-    if (const char* old = std::getenv(name))
+    if (const char* old = std::getenv(name)) {
       old_ = old;
+    }
     setenv(name, value.c_str(), 1);
   }
   scoped_env(const scoped_env&) = delete;
