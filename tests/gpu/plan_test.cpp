@@ -15,7 +15,7 @@ using gpu::reduction_launch;
 using gpu::reduction_plan;
 using gpu::step_kind;
 
-struct launch_row {
+struct launch_step {
   step_kind kind;
   std::uint64_t local, groups, remainder, prev, load_half, store_half;
 };
@@ -24,7 +24,7 @@ struct plan_case {
   const char* what;
   std::uint64_t n_obs, group_size;
   bool two_halves;
-  std::vector<launch_row> launches;
+  std::vector<launch_step> launches;
 };
 
 constexpr auto single = step_kind::single, first = step_kind::first, next = step_kind::next,
@@ -78,7 +78,7 @@ TEST(ReductionPlan, WorkedPlans) {
     ASSERT_EQ(plan.launches.size(), c.launches.size());
     for (std::size_t k = 0; k < c.launches.size(); ++k) {
       const reduction_launch& got = plan.launches[k];
-      const launch_row& want = c.launches[k];
+      const launch_step& want = c.launches[k];
       EXPECT_EQ(got.kind, want.kind) << "launch " << k;
       EXPECT_EQ(got.local_size, want.local) << "launch " << k;
       EXPECT_EQ(got.group_count, want.groups) << "launch " << k;
