@@ -50,7 +50,7 @@ struct frame_run {
 
 template <typename T>
 class CpuFrames : public recorded_test {
- protected:
+ public:
   using buffer = sycl::buffer<T, 1>;
   static constexpr char letter = std::is_same_v<T, float> ? 's' : 'd';
 
@@ -471,7 +471,6 @@ TYPED_TEST(CpuFrames, BufferFrameWithoutBuffersOfItsOwnReturnsAtOnce) {
 }
 
 TYPED_TEST(CpuFrames, FailedScratchAllocationFreesTheRestAndSubmitsNothing) {
-  using T = TypeParam;
   auto& f = *this;
   struct scratch_frame {
     std::string statistic;
