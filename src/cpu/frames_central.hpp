@@ -46,8 +46,9 @@ struct central_sum_frame {
     } else {
       usm_scratch<T, 4> scratch(queue, data.n_dims, name,
                                 {true, true, sum3 != nullptr, sum4 != nullptr});
-      central_sum_func_fast<T, true> functor(scratch[0], scratch[1], scratch[2], scratch[3], sum2,
-                                             sum3, sum4);
+      // method::fast is the estimator's 2 in the USM form and its 1 in the buffer form.
+      central_sum_func_fast<T, true> functor(2, scratch[0], scratch[1], scratch[2], scratch[3],
+                                             sum2, sum3, sum4);
       return scratch.release_after(submit(queue, data, functor, dependencies));
     }
   }
@@ -78,7 +79,7 @@ struct central_sum_frame {
       buffer_t<T> raw4 = scratch_buffer_if<T>(is_given(sum4), data.n_dims);
       buffer_t<T> dummy3 = dummy_buffer<T>();
       buffer_t<T> dummy4 = dummy_buffer<T>();
-      central_sum_func_fast<T, false> functor(mean, raw2, raw3, raw4, sum2, sum3, sum4, dummy3,
+      central_sum_func_fast<T, false> functor(1, mean, raw2, raw3, raw4, sum2, sum3, sum4, dummy3,
                                               dummy4);
       submit(queue, data, functor);
     }
@@ -94,9 +95,9 @@ struct central_moment_frame {
     const bool plain = user_mean == nullptr;
     usm_scratch<T, 4> scratch(queue, data.n_dims, name,
                               {plain, true, moment3 != nullptr, moment4 != nullptr});
-    central_moment_func<T, true> functor(plain ? scratch[0] : user_mean, scratch[1], scratch[2],
-                                         scratch[3], moment2, moment3, moment4,
-                                         plain ? central_method_value<M> : user_mean_method_value);
+    central_moment_func<T, true> functor(plain ? central_method_value<M> : user_mean_method_value,
+                                         plain ? scratch[0] : user_mean, scratch[1], scratch[2],
+                                         scratch[3], moment2, moment3, moment4);
     return scratch.release_after(submit(queue, data, functor, dependencies));
   }
 
@@ -111,9 +112,9 @@ struct central_moment_frame {
     buffer_t<T> raw4 = scratch_buffer_if<T>(is_given(moment4), data.n_dims);
     buffer_t<T> dummy3 = dummy_buffer<T>();
     buffer_t<T> dummy4 = dummy_buffer<T>();
-    central_moment_func<T, false> functor(mean, raw2, raw3, raw4, moment2, moment3, moment4, dummy3,
-                                          dummy4,
-                                          plain ? central_method_value<M> : user_mean_method_value);
+    central_moment_func<T, false> functor(plain ? central_method_value<M> : user_mean_method_value,
+                                          mean, raw2, raw3, raw4, moment2, moment3, moment4, dummy3,
+                                          dummy4);
     submit(queue, data, functor);
   }
 };

@@ -177,127 +177,90 @@ struct central_sum_func : wants_3_to_4<Usm> {
   std::int64_t method;
 };
 
-// central_sum with method::fast: the mean and the raw moments go to the task as well, from the
-// frame's scratch. It has no method member: the buffer form tells the estimator 1, and the USM
-// form 2, for both element types and layouts.
-template <typename T, bool Usm>
-struct central_sum_func_fast : wants_3_to_4<Usm> {
-  // Buffer form.
-  central_sum_func_fast(sycl::buffer<T, 1> mean_storage, sycl::buffer<T, 1> raw2_storage,
-                        sycl::buffer<T, 1> raw3_storage, sycl::buffer<T, 1> raw4_storage,
-                        sycl::buffer<T, 1> sum2_storage, sycl::buffer<T, 1> sum3_storage,
-                        sycl::buffer<T, 1> sum4_storage, sycl::buffer<T, 1> dummy3,
-                        sycl::buffer<T, 1> dummy4)
-      : wants_3_to_4<Usm>{is_given(sum3_storage), is_given(sum4_storage)},
-        mean(make_result(mean_storage)),
-        raw2(make_result(raw2_storage)),
-        raw3(make_result(raw3_storage)),
-        raw4(make_result(raw4_storage)),
-        central_sum2(make_result(sum2_storage)),
-        central_sum3(make_optional_result(sum3_storage, dummy3)),
-        central_sum4(make_optional_result(sum4_storage, dummy4)) {}
-
-  // USM form.
-  central_sum_func_fast(T* mean_storage, T* raw2_storage, T* raw3_storage, T* raw4_storage,
-                        T* sum2_storage, T* sum3_storage, T* sum4_storage)
-      : mean(mean_storage),
-        raw2(raw2_storage),
-        raw3(raw3_storage),
-        raw4(raw4_storage),
-        central_sum2(sum2_storage),
-        central_sum3(sum3_storage),
-        central_sum4(sum4_storage) {}
-
-  void require(sycl::handler& cgh) const {
-    require_placeholder(cgh, mean);
-    require_placeholder(cgh, raw2);
-    require_placeholder(cgh, raw3);
-    require_placeholder(cgh, raw4);
-    require_placeholder(cgh, central_sum2);
-    require_placeholder(cgh, central_sum3);
-    require_placeholder(cgh, central_sum4);
+// The central families with the raw moments they expand through, from the frame's scratch:
+// central_moment, and central_sum with method::fast. The second central result has no flag: its
+// bit is always in the mask. Sums go by a second edit call, after the moments; the sums' third
+// array is given for a wanted fourth as well.
+struct central_sums_edit {
+  static constexpr std::uint64_t bits[3] = {SS_CENTRAL_SUM2, SS_CENTRAL_SUM3, SS_CENTRAL_SUM4};
+  template <typename T, typename Result>
+  static void edit(ss_task* task, T* mean, T* raw2, T* raw3, T* raw4, T* second,
+                   const Result& third, const Result& fourth, bool w3, bool w4) {
+    ss_edit_moments<T>(task, mean, raw2, raw3, raw4, nullptr, nullptr, nullptr);
+    ss_edit_sums<T>(task, nullptr, nullptr, nullptr, nullptr, second, given_if(w3 || w4, third),
+                    given_if(w4, fourth));
   }
-
-  void estimate(ss_task* task) const {
-    const auto [w3, w4] = this->wanted(central_sum3, central_sum4);
-    ss_edit_moments<T>(task, host_pointer(mean), host_pointer(raw2), given_if(w3 || w4, raw3),
-                       given_if(w4, raw4), nullptr, nullptr, nullptr);
-    ss_edit_sums<T>(task, nullptr, nullptr, nullptr, nullptr, host_pointer(central_sum2),
-                    given_if(w3 || w4, central_sum3), given_if(w4, central_sum4));
-    ss_compute<T>(task, SS_CENTRAL_SUM2 | bit_if(w3, SS_CENTRAL_SUM3) | bit_if(w4, SS_CENTRAL_SUM4),
-                  Usm ? 2 : 1);
-  }
-
-  pointer_or_accessor<T, Usm> mean;
-  pointer_or_accessor<T, Usm> raw2;
-  pointer_or_accessor<T, Usm> raw3;
-  pointer_or_accessor<T, Usm> raw4;
-  pointer_or_accessor<T, Usm> central_sum2;
-  pointer_or_accessor<T, Usm> central_sum3;
-  pointer_or_accessor<T, Usm> central_sum4;
 };
 
-// The second central moment has no flag: its bit is always in the mask.
-template <typename T, bool Usm>
-struct central_moment_func : wants_3_to_4<Usm> {
+struct central_moments_edit {
+  static constexpr std::uint64_t bits[3] = {SS_CENTRAL_MOMENT2, SS_CENTRAL_MOMENT3,
+                                            SS_CENTRAL_MOMENT4};
+  template <typename T, typename Result>
+  static void edit(ss_task* task, T* mean, T* raw2, T* raw3, T* raw4, T* second,
+                   const Result& third, const Result& fourth, bool w3, bool w4) {
+    ss_edit_moments<T>(task, mean, raw2, raw3, raw4, second, given_if(w3, third),
+                       given_if(w4, fourth));
+  }
+};
+
+template <typename T, bool Usm, typename Edit>
+struct central_func : wants_3_to_4<Usm> {
   // Buffer form.
-  central_moment_func(sycl::buffer<T, 1> mean_storage, sycl::buffer<T, 1> raw2_storage,
-                      sycl::buffer<T, 1> raw3_storage, sycl::buffer<T, 1> raw4_storage,
-                      sycl::buffer<T, 1> central2_storage, sycl::buffer<T, 1> central3_storage,
-                      sycl::buffer<T, 1> central4_storage, sycl::buffer<T, 1> dummy3,
-                      sycl::buffer<T, 1> dummy4, std::int64_t method_value)
-      : wants_3_to_4<Usm>{is_given(central3_storage), is_given(central4_storage)},
+  central_func(std::int64_t method_value, sycl::buffer<T, 1> mean_storage,
+               sycl::buffer<T, 1> raw2_storage, sycl::buffer<T, 1> raw3_storage,
+               sycl::buffer<T, 1> raw4_storage, sycl::buffer<T, 1> second_storage,
+               sycl::buffer<T, 1> third_storage, sycl::buffer<T, 1> fourth_storage,
+               sycl::buffer<T, 1> dummy3, sycl::buffer<T, 1> dummy4)
+      : wants_3_to_4<Usm>{is_given(third_storage), is_given(fourth_storage)},
         mean(make_result(mean_storage)),
         raw2(make_result(raw2_storage)),
         raw3(make_result(raw3_storage)),
         raw4(make_result(raw4_storage)),
-        central2(make_result(central2_storage)),
-        central3(make_optional_result(central3_storage, dummy3)),
-        central4(make_optional_result(central4_storage, dummy4)),
+        second(make_result(second_storage)),
+        third(make_optional_result(third_storage, dummy3)),
+        fourth(make_optional_result(fourth_storage, dummy4)),
         method(method_value) {}
 
   // USM form.
-  central_moment_func(T* mean_storage, T* raw2_storage, T* raw3_storage, T* raw4_storage,
-                      T* central2_storage, T* central3_storage, T* central4_storage,
-                      std::int64_t method_value)
+  central_func(std::int64_t method_value, T* mean_storage, T* raw2_storage, T* raw3_storage,
+               T* raw4_storage, T* second_storage, T* third_storage, T* fourth_storage)
       : mean(mean_storage),
         raw2(raw2_storage),
         raw3(raw3_storage),
         raw4(raw4_storage),
-        central2(central2_storage),
-        central3(central3_storage),
-        central4(central4_storage),
+        second(second_storage),
+        third(third_storage),
+        fourth(fourth_storage),
         method(method_value) {}
 
   void require(sycl::handler& cgh) const {
-    require_placeholder(cgh, mean);
-    require_placeholder(cgh, raw2);
-    require_placeholder(cgh, raw3);
-    require_placeholder(cgh, raw4);
-    require_placeholder(cgh, central2);
-    require_placeholder(cgh, central3);
-    require_placeholder(cgh, central4);
+    for (const auto* result : {&mean, &raw2, &raw3, &raw4, &second, &third, &fourth}) {
+      require_placeholder(cgh, *result);
+    }
   }
 
   void estimate(ss_task* task) const {
-    const auto [w3, w4] = this->wanted(central3, central4);
-    ss_edit_moments<T>(task, host_pointer(mean), host_pointer(raw2), given_if(w3 || w4, raw3),
-                       given_if(w4, raw4), host_pointer(central2), given_if(w3, central3),
-                       given_if(w4, central4));
-    ss_compute<T>(
-        task, SS_CENTRAL_MOMENT2 | bit_if(w3, SS_CENTRAL_MOMENT3) | bit_if(w4, SS_CENTRAL_MOMENT4),
-        method);
+    const auto [w3, w4] = this->wanted(third, fourth);
+    Edit::edit(task, host_pointer(mean), host_pointer(raw2), given_if(w3 || w4, raw3),
+               given_if(w4, raw4), host_pointer(second), third, fourth, w3, w4);
+    ss_compute<T>(task, Edit::bits[0] | bit_if(w3, Edit::bits[1]) | bit_if(w4, Edit::bits[2]),
+                  method);
   }
 
   pointer_or_accessor<T, Usm> mean;
   pointer_or_accessor<T, Usm> raw2;
   pointer_or_accessor<T, Usm> raw3;
   pointer_or_accessor<T, Usm> raw4;
-  pointer_or_accessor<T, Usm> central2;
-  pointer_or_accessor<T, Usm> central3;
-  pointer_or_accessor<T, Usm> central4;
+  pointer_or_accessor<T, Usm> second;
+  pointer_or_accessor<T, Usm> third;
+  pointer_or_accessor<T, Usm> fourth;
   std::int64_t method;
 };
+
+template <typename T, bool Usm>
+using central_sum_func_fast = central_func<T, Usm, central_sums_edit>;
+template <typename T, bool Usm>
+using central_moment_func = central_func<T, Usm, central_moments_edit>;
 
 // A derived estimate: only it is asked for. The moment arrays are what the estimator must be
 // given, at their places among the arguments of EditMoments (0 mean, 1 to 3 raw moments 2 to 4,
