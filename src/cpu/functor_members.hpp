@@ -16,9 +16,6 @@ namespace vorlex::orv::stats::detail::cpu {
 template <typename T>
 using result_accessor = sycl::accessor<T, 1, sycl::access_mode::read_write, sycl::target::device>;
 
-template <typename T, bool Usm>
-using result_t = std::conditional_t<Usm, T*, result_accessor<T>>;
-
 // What a result member is built from.
 template <typename T, bool Usm>
 using result_source_t = std::conditional_t<Usm, T*, sycl::buffer<T, 1>>;

@@ -40,9 +40,9 @@ dataset_helper<T, L, false, WideIndices> buffer_dataset_helper(
   return {static_cast<std::uint64_t>(data.n_dims),
           static_cast<std::uint64_t>(data.n_observations),
           static_cast<std::uint64_t>(L),
-          data_handle<T, false>(observations),
-          data_handle<T, false>(weights),
-          data_handle<std::int64_t, false>(indices),
+          pointer_or_accessor<T, false, sycl::access_mode::read>(observations),
+          pointer_or_accessor<T, false, sycl::access_mode::read>(weights),
+          pointer_or_accessor<std::int64_t, false, sycl::access_mode::read>(indices),
           has_weights,
           has_indices};
 }

@@ -20,7 +20,6 @@
 #include "gpu/launch.hpp"
 #include "gpu/moment_functors.hpp"
 #include "gpu/moment_functors_ex.hpp"
-#include "gpu/moment_functors_user_mean.hpp"
 #include "gpu/reduction_plan.hpp"
 #include "gpu/sum_tmp_helper.hpp"
 #include "stats/dataset_helper.hpp"
@@ -147,7 +146,7 @@ sycl::event run_moment_plan(sycl::queue& queue, dataset_helper<T, L, Usm, WideIn
   return last;
 }
 
-// F decides UserMean (the *_func_user_mean functors); mean is used only then. The wait on the
+// F decides UserMean; mean is used only then. The wait on the
 // dependencies is the only link to the caller's work: no kernel here depends on an event.
 template <typename T, stats::layout L, typename F, bool WideIndices = true>
 sycl::event submit_basic_usm(sycl::queue& queue, const dataset<L, T*>& data, F& functor,
@@ -169,7 +168,7 @@ sycl::event submit_basic(sycl::queue& queue, const dataset<L, sycl::buffer<T, 1>
   sycl::buffer<std::int64_t, 1> dummy_indices{sycl::range<1>(1)};
   auto view = buffer_dataset_helper<WideIndices>(data, dummy_weights, dummy_indices, true);
   if constexpr (F::user_mean) {
-    return run_moment_plan<WideIndices>(queue, view, functor, mean_handle<T, false>(*mean));
+    return run_moment_plan<WideIndices>(queue, view, functor, pointer_or_accessor<T, false, sycl::access_mode::read>(*mean));
   } else {
     return run_moment_plan<WideIndices>(queue, view, functor);
   }
