@@ -1,4 +1,5 @@
-// Whether a buffer holds elements: a field of the buffer form that holds none is absent.
+// Whether a buffer holds elements: a field of the buffer form that holds none is absent, as a
+// null pointer is in the USM form.
 #pragma once
 
 #include <sycl/sycl.hpp>
@@ -27,6 +28,16 @@ bool has_elements(const sycl::buffer<T, 1>& buffer) {
   }
 #endif
   return buffer.size() != 0;
+}
+
+template <typename T>
+bool is_given(const T* pointer) {
+  return pointer != nullptr;
+}
+
+template <typename T>
+bool is_given(const sycl::buffer<T, 1>& buffer) {
+  return has_elements(buffer);
 }
 
 }  // namespace vorlex::orv::stats::detail

@@ -41,11 +41,6 @@ result_accessor<T> make_optional_result(sycl::buffer<T, 1> output, sycl::buffer<
 }
 
 template <typename T>
-bool is_given(const sycl::buffer<T, 1>& output) {
-  return has_elements(output);
-}
-
-template <typename T>
 T* host_pointer(T* output) {
   return output;
 }

@@ -15,16 +15,6 @@
 
 namespace vorlex::orv::stats::detail {
 
-template <typename T>
-bool is_given(const T* pointer) {
-  return pointer != nullptr;
-}
-
-template <typename T>
-bool is_given(const sycl::buffer<T, 1>& buffer) {
-  return has_elements(buffer);
-}
-
 enum class form { usm, buffer };
 
 inline const char* text_of(const absent_texts& texts, form f) {
