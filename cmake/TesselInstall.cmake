@@ -18,4 +18,5 @@ write_basic_package_version_file("${CMAKE_CURRENT_BINARY_DIR}/TesselStatsConfigV
   COMPATIBILITY SameMinorVersion)
 install(FILES "${CMAKE_CURRENT_BINARY_DIR}/TesselStatsConfig.cmake"
   "${CMAKE_CURRENT_BINARY_DIR}/TesselStatsConfigVersion.cmake"
+  "${PROJECT_SOURCE_DIR}/cmake/TesselSyclTarget.cmake"
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/TesselStats)

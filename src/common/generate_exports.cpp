@@ -1,13 +1,19 @@
 // Build tool: reads the symbol tables of the library's object files and writes the linker's
 // view of the library's boundary, so that no mangled name is ever maintained by hand:
-//   - a version script that exports the public entries (statistics, offload entries, cache
-//     look-ups) and what the exception classes need, and hides everything else;
+//   - a version script that exports the public entries and what the exception classes need,
+//     and hides everything else;
 //   - a response file for the compiler driver, of -Wl,--defsym options that give each
 //     plain-form method::fast entry of the statistics named by --method2-alias a
 //     method::estimator twin at the same address. (The driver reads it: clang expands a
 //     response file even behind -Xlinker, so it must hold driver options.)
 //
-// usage: generate_exports --version-script FILE --defsym FILE [--method2-alias NAME]... OBJECT...
+// Symbols are recognised by the library's own names only: a SYCL implementation may spell its
+// types in a namespace of its own (the queue, the event, the buffer's allocator), and nothing
+// here depends on that. Functions outside the statistics are exported by their qualified name
+// (--export NAME: a C name, or a C++ function of any overload).
+//
+// usage: generate_exports --version-script FILE --defsym FILE [--method2-alias NAME]...
+//                         [--export NAME]... OBJECT...
 #include <cxxabi.h>
 #include <elf.h>
 
@@ -17,6 +23,7 @@
 #include <fstream>
 #include <map>
 #include <memory>
+#include <optional>
 #include <regex>
 #include <set>
 #include <stdexcept>
@@ -29,6 +36,7 @@ struct options {
   std::string version_script;
   std::string defsym;
   std::set<std::string> method2_aliases;
+  std::set<std::string> functions;
   std::vector<std::string> objects;
 };
 
@@ -43,6 +51,8 @@ options parse_options(int argc, char** argv) {
       result.defsym = argv[++i];
     } else if (arg == "--method2-alias" && has_value) {
       result.method2_aliases.insert(argv[++i]);
+    } else if (arg == "--export" && has_value) {
+      result.functions.insert(argv[++i]);
     } else if (arg.rfind("--", 0) == 0) {
       throw std::runtime_error("unknown option " + arg);
     } else {
@@ -52,7 +62,7 @@ options parse_options(int argc, char** argv) {
   if (result.version_script.empty() || result.defsym.empty() || result.objects.empty()) {
     throw std::runtime_error(
         "usage: generate_exports --version-script FILE --defsym FILE [--method2-alias NAME]... "
-        "OBJECT...");
+        "[--export NAME]... OBJECT...");
   }
   return result;
 }
@@ -115,15 +125,64 @@ std::string demangle(const std::string& mangled) {
   return status == 0 && text ? std::string(text.get()) : mangled;
 }
 
-// A statistics entry: stat<method, T, layout>(...), and not something nested in one (a lambda,
-// a local static), whose names continue after the parameter list.
-const std::regex entry_pattern(
-    R"(^(sycl::event|void) vorlex::orv::stats::([a-z_]+)<\(vorlex::orv::stats::method\)([12]), )"
-    R"((float|double), \(vorlex::orv::stats::layout\)[0-9]+>\(sycl::queue&, (.*)\)$)");
-// The offload entries (C names) and the cache look-ups.
-const std::regex offload_pattern(
-    R"(^orv_ksu_[sd](SSCompute_omp_offload_(lp64|ilp64)|sscompute_omp_offload(_lp64)?)$|)"
-    R"(^vorlex::orv::gpu::lookup_and_cache_kelpa_(context|queue|queue_and_context)\(.*\)$)");
+// A demangled function name taken apart: "RETURN NAME<ARGS>(PARAMETERS)TRAILING". A template
+// instance starts with its return type; a function nested in another (a lambda, a local static)
+// continues after the parameter list.
+struct signature {
+  std::string name;  // qualified, with template arguments
+  std::vector<std::string> parameters;
+  std::string trailing;
+};
+
+std::optional<signature> split_signature(const std::string& demangled) {
+  int angles = 0;
+  std::size_t name_start = 0;
+  for (std::size_t i = 0; i < demangled.size(); ++i) {
+    const char c = demangled[i];
+    if (c == '<') {
+      ++angles;
+    } else if (c == '>') {
+      --angles;
+    } else if (c == ' ' && angles == 0) {
+      name_start = i + 1;
+    } else if (c == '(' && angles == 0) {
+      signature result;
+      result.name = demangled.substr(name_start, i - name_start);
+      int depth = 0;
+      std::size_t parameter_start = i + 1;
+      for (std::size_t j = i + 1; j < demangled.size(); ++j) {
+        const char d = demangled[j];
+        if (d == '<' || d == '(') {
+          ++depth;
+        } else if ((d == '>' || d == ')') && depth > 0) {
+          --depth;
+        } else if (d == ')' || (d == ',' && depth == 0)) {
+          const std::string parameter = demangled.substr(parameter_start, j - parameter_start);
+          if (!parameter.empty()) {
+            result.parameters.push_back(parameter);
+          }
+          parameter_start = j + 2;  // past ", "
+          if (d == ')') {
+            result.trailing = demangled.substr(j + 1);
+            return result;
+          }
+        }
+      }
+      return std::nullopt;
+    }
+  }
+  return std::nullopt;
+}
+
+// The name without template arguments.
+std::string plain_name(const std::string& name) {
+  return name.substr(0, name.find('<'));
+}
+
+// A statistics entry: stat<method, T, layout>(queue, ...) of the statistics namespace.
+const std::regex entry_name_pattern(
+    R"(^vorlex::orv::stats::([a-z_]+)<\(vorlex::orv::stats::method\)([12]), (float|double), )"
+    R"(\(vorlex::orv::stats::layout\)[0-9]+>$)");
 const std::regex exception_pattern(
     R"(^((typeinfo|typeinfo name|vtable) for )?vorlex::orv::)"
     R"((exception|invalid_argument|unimplemented|unsupported_device|device_bad_alloc|)"
@@ -131,12 +190,9 @@ const std::regex exception_pattern(
 
 // The plain form takes the dataset right after the queue; the forms with the caller's mean,
 // which exist for method 1 only, take the mean there.
-bool is_plain_form(const std::string& parameters_after_queue) {
-  return parameters_after_queue.rfind("vorlex::orv::stats::dataset<", 0) == 0;
-}
-
-bool is_nested(const std::string& demangled) {
-  return demangled.find(")::") != std::string::npos;
+bool is_plain_form(const signature& entry) {
+  return entry.parameters.size() > 1 &&
+         entry.parameters[1].rfind("vorlex::orv::stats::dataset<", 0) == 0;
 }
 
 const std::string method1_text = "(vorlex::orv::stats::method)1";
@@ -173,23 +229,28 @@ export_table build_table(const options& opts) {
   export_table table;
   std::set<std::string> aliased_stats_seen;
   std::set<std::string> method2_defined;
+  std::set<std::string> functions_seen;
   std::smatch match;
   for (const std::string& object : opts.objects) {
     for (const std::string& name : visible_definitions(object)) {
       const std::string demangled = demangle(name);
-      if (std::regex_match(demangled, match, entry_pattern) && !is_nested(demangled)) {
-        const std::string stat = match[2];
+      const std::optional<signature> function = split_signature(demangled);
+      const bool plain_function = function && function->trailing.empty();
+      if (opts.functions.count(plain_function ? plain_name(function->name) : demangled) != 0) {
+        functions_seen.insert(plain_function ? plain_name(function->name) : demangled);
         table.exported.emplace(name, demangled);
-        if (match[3] == "2") {
+      } else if (plain_function && std::regex_match(function->name, match, entry_name_pattern)) {
+        const std::string stat = match[1];
+        table.exported.emplace(name, demangled);
+        if (match[2] == "2") {
           method2_defined.insert(name);
-        } else if (opts.method2_aliases.count(stat) != 0 && is_plain_form(match[5])) {
+        } else if (opts.method2_aliases.count(stat) != 0 && is_plain_form(*function)) {
           aliased_stats_seen.insert(stat);
           const std::string twin = method2_twin(name, stat, demangled);
           table.aliases.emplace(twin, name);
           table.exported.emplace(twin, demangle(twin));
         }
-      } else if (std::regex_match(demangled, exception_pattern) ||
-                 std::regex_match(demangled, offload_pattern)) {
+      } else if (std::regex_match(demangled, exception_pattern)) {
         table.exported.emplace(name, demangled);
       }
     }
@@ -197,6 +258,11 @@ export_table build_table(const options& opts) {
   for (const std::string& stat : opts.method2_aliases) {
     if (aliased_stats_seen.count(stat) == 0) {
       throw std::runtime_error("no method 1 entry of " + stat + " to alias");
+    }
+  }
+  for (const std::string& function : opts.functions) {
+    if (functions_seen.count(function) == 0) {
+      throw std::runtime_error("no definition of " + function + " to export");
     }
   }
   for (const auto& [twin, target] : table.aliases) {

@@ -11,6 +11,7 @@
 
 #include <sycl/sycl.hpp>
 
+#include <type_traits>
 #include <vector>
 #include <vorlex/orv/stats.hpp>
 
@@ -25,108 +26,41 @@ using event_list = std::vector<sycl::event>;
 template <typename T>
 using buffer_t = sycl::buffer<T, 1>;
 
-struct mean_frame {
-  template <method M, typename T, layout L>
+template <typename F, typename = void>
+struct takes_dummies : std::false_type {};
+template <typename F>
+struct takes_dummies<F, std::void_t<decltype(F::takes_dummies)>> : std::true_type {};
+
+template <template <typename, bool> class Func>
+struct outputs_frame {
+  template <method M, typename T, layout L, typename... Out>
   static sycl::event usm(sycl::queue& queue, T* /*user_mean*/, const dataset<L, T*>& data,
-                         const event_list& dependencies, T* mean) {
-    mean_func<T, true> functor(mean, 1);
+                         const event_list& dependencies, Out... outputs) {
+    Func<T, true> functor(1, static_cast<T*>(outputs)...);
     return submit(queue, data, functor, dependencies);
   }
 
-  template <method M, typename T, layout L>
+  template <method M, typename T, layout L, typename... Out>
   static void buffer(sycl::queue& queue, const buffer_t<T>* /*user_mean*/,
-                     const dataset<L, buffer_t<T>>& data, buffer_t<T> mean) {
-    mean_func<T, false> functor(mean, 1);
-    submit(queue, data, functor);
+                     const dataset<L, buffer_t<T>>& data, Out... outputs) {
+    if constexpr (takes_dummies<Func<T, false>>::value) {
+      buffer_t<T> dummy2 = dummy_buffer<T>();
+      buffer_t<T> dummy3 = dummy_buffer<T>();
+      buffer_t<T> dummy4 = dummy_buffer<T>();
+      Func<T, false> functor(1, buffer_t<T>(outputs)..., dummy2, dummy3, dummy4);
+      submit(queue, data, functor);
+    } else {
+      Func<T, false> functor(1, buffer_t<T>(outputs)...);
+      submit(queue, data, functor);
+    }
   }
 };
 
-struct min_frame {
-  template <method M, typename T, layout L>
-  static sycl::event usm(sycl::queue& queue, T* /*user_mean*/, const dataset<L, T*>& data,
-                         const event_list& dependencies, T* min) {
-    min_func<T, true> functor(min, 1);
-    return submit(queue, data, functor, dependencies);
-  }
-
-  template <method M, typename T, layout L>
-  static void buffer(sycl::queue& queue, const buffer_t<T>* /*user_mean*/,
-                     const dataset<L, buffer_t<T>>& data, buffer_t<T> min) {
-    min_func<T, false> functor(min, 1);
-    submit(queue, data, functor);
-  }
-};
-
-struct max_frame {
-  template <method M, typename T, layout L>
-  static sycl::event usm(sycl::queue& queue, T* /*user_mean*/, const dataset<L, T*>& data,
-                         const event_list& dependencies, T* max) {
-    max_func<T, true> functor(max, 1);
-    return submit(queue, data, functor, dependencies);
-  }
-
-  template <method M, typename T, layout L>
-  static void buffer(sycl::queue& queue, const buffer_t<T>* /*user_mean*/,
-                     const dataset<L, buffer_t<T>>& data, buffer_t<T> max) {
-    max_func<T, false> functor(max, 1);
-    submit(queue, data, functor);
-  }
-};
-
-struct min_max_frame {
-  template <method M, typename T, layout L>
-  static sycl::event usm(sycl::queue& queue, T* /*user_mean*/, const dataset<L, T*>& data,
-                         const event_list& dependencies, T* min, T* max) {
-    min_max_func<T, true> functor(min, max, 1);
-    return submit(queue, data, functor, dependencies);
-  }
-
-  template <method M, typename T, layout L>
-  static void buffer(sycl::queue& queue, const buffer_t<T>* /*user_mean*/,
-                     const dataset<L, buffer_t<T>>& data, buffer_t<T> min, buffer_t<T> max) {
-    min_max_func<T, false> functor(min, max, 1);
-    submit(queue, data, functor);
-  }
-};
-
-struct raw_sum_frame {
-  template <method M, typename T, layout L>
-  static sycl::event usm(sycl::queue& queue, T* /*user_mean*/, const dataset<L, T*>& data,
-                         const event_list& dependencies, T* sum, T* sum2, T* sum3, T* sum4) {
-    raw_sum_func<T, true> functor(sum, sum2, sum3, sum4, 1);
-    return submit(queue, data, functor, dependencies);
-  }
-
-  template <method M, typename T, layout L>
-  static void buffer(sycl::queue& queue, const buffer_t<T>* /*user_mean*/,
-                     const dataset<L, buffer_t<T>>& data, buffer_t<T> sum, buffer_t<T> sum2,
-                     buffer_t<T> sum3, buffer_t<T> sum4) {
-    buffer_t<T> dummy2 = dummy_buffer<T>();
-    buffer_t<T> dummy3 = dummy_buffer<T>();
-    buffer_t<T> dummy4 = dummy_buffer<T>();
-    raw_sum_func<T, false> functor(sum, sum2, sum3, sum4, dummy2, dummy3, dummy4, 1);
-    submit(queue, data, functor);
-  }
-};
-
-struct raw_moment_frame {
-  template <method M, typename T, layout L>
-  static sycl::event usm(sycl::queue& queue, T* /*user_mean*/, const dataset<L, T*>& data,
-                         const event_list& dependencies, T* mean, T* raw2, T* raw3, T* raw4) {
-    raw_moment_func<T, true> functor(mean, raw2, raw3, raw4, 1);
-    return submit(queue, data, functor, dependencies);
-  }
-
-  template <method M, typename T, layout L>
-  static void buffer(sycl::queue& queue, const buffer_t<T>* /*user_mean*/,
-                     const dataset<L, buffer_t<T>>& data, buffer_t<T> mean, buffer_t<T> raw2,
-                     buffer_t<T> raw3, buffer_t<T> raw4) {
-    buffer_t<T> dummy2 = dummy_buffer<T>();
-    buffer_t<T> dummy3 = dummy_buffer<T>();
-    buffer_t<T> dummy4 = dummy_buffer<T>();
-    raw_moment_func<T, false> functor(mean, raw2, raw3, raw4, dummy2, dummy3, dummy4, 1);
-    submit(queue, data, functor);
-  }
-};
+using mean_frame = outputs_frame<mean_func>;
+using min_frame = outputs_frame<min_func>;
+using max_frame = outputs_frame<max_func>;
+using min_max_frame = outputs_frame<min_max_func>;
+using raw_sum_frame = outputs_frame<raw_sum_func>;
+using raw_moment_frame = outputs_frame<raw_moment_func>;
 
 }  // namespace vorlex::orv::stats::detail::cpu

@@ -9,13 +9,12 @@
 #include <cstdint>
 #include <type_traits>
 
+#include "common/has_elements.hpp"
+
 namespace vorlex::orv::stats::detail::cpu {
 
 template <typename T>
 using result_accessor = sycl::accessor<T, 1, sycl::access_mode::read_write, sycl::target::device>;
-
-template <typename T, bool Usm>
-using result_t = std::conditional_t<Usm, T*, result_accessor<T>>;
 
 // What a result member is built from.
 template <typename T, bool Usm>
@@ -26,22 +25,19 @@ T* make_result(T* output) {
   return output;
 }
 
-// Built outside of any command group; require() binds it to one.
+// Built outside of any command group; require() binds it to one. An output without elements is
+// reached through no element.
 template <typename T>
 result_accessor<T> make_result(sycl::buffer<T, 1> output) {
-  return result_accessor<T>(output);
+  return has_elements(output) ? result_accessor<T>(output)
+                              : result_accessor<T>(output, sycl::range<1>(0));
 }
 
 // An optional output of the buffer form: the caller's buffer if it has elements, else the
 // frame's dummy, so that the accessor always has a buffer to bind to.
 template <typename T>
 result_accessor<T> make_optional_result(sycl::buffer<T, 1> output, sycl::buffer<T, 1> dummy) {
-  return output.size() != 0 ? result_accessor<T>(output) : result_accessor<T>(dummy);
-}
-
-template <typename T>
-bool is_given(const sycl::buffer<T, 1>& output) {
-  return output.size() != 0;
+  return has_elements(output) ? result_accessor<T>(output) : result_accessor<T>(dummy);
 }
 
 template <typename T>
@@ -69,19 +65,13 @@ T* given_if(bool rule, const result_accessor<T>& output) {
   return rule ? host_pointer(output) : nullptr;
 }
 
+// An accessor of no elements orders nothing and is left unbound: binding it would give a caller's
+// buffer of no elements storage on some runtimes, after which it could no longer be told from a
+// buffer of one element.
 template <typename T>
 void require_placeholder(sycl::handler& cgh, const result_accessor<T>& output) {
-  if (output.is_placeholder()) {
+  if (output.is_placeholder() && output.get_range().size() != 0) {
     cgh.require(output);
-  }
-}
-
-// Optional members of raw_sum_func and raw_moment_func are bound only when they access
-// something.
-template <typename T>
-void require_placeholder_if_accessing(sycl::handler& cgh, const result_accessor<T>& output) {
-  if (output.get_range().size() != 0) {
-    require_placeholder(cgh, output);
   }
 }
 

@@ -10,12 +10,14 @@
 #include <cstdint>
 #include <vorlex/orv/stats.hpp>
 
+#include "common/memory_domain.hpp"
+
 namespace vorlex::orv::stats::detail::cpu {
 
 // USM scratch: N optional blocks of n_dims elements from sycl::malloc_shared. All wanted blocks
 // are allocated before any is looked at; if one is null, those that are not are freed and
-// device_bad_alloc leaves with "rng", the statistic's name and the device. An unwanted block is
-// null.
+// device_bad_alloc leaves with the memory domain, the statistic's name and the device. An
+// unwanted block is null.
 template <typename T, std::size_t N>
 class usm_scratch {
  public:
@@ -30,7 +32,7 @@ class usm_scratch {
     for (std::size_t k = 0; k < N; ++k) {
       if (wanted[k] && blocks_[k] == nullptr) {
         free_all();
-        throw device_bad_alloc("rng", statistic, queue_.get_device());
+        throw device_bad_alloc(memory_domain, statistic, queue_.get_device());
       }
     }
   }

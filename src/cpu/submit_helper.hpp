@@ -11,8 +11,11 @@
 #include <vector>
 #include <vorlex/orv/stats.hpp>
 
+#include "common/has_elements.hpp"
 #include "cpu/estimator_calls.hpp"
+#include "cpu/host_command.hpp"
 #include "orv/ss_task.h"
+#include "tessel/sycl_features.hpp"
 
 namespace vorlex::orv::stats::detail::cpu {
 
@@ -31,9 +34,6 @@ void estimate_in_task(std::int64_t n_dims, std::int64_t n_observations, const T*
   ss_delete_task(&task);
 }
 
-template <typename T>
-using input_accessor = sycl::accessor<T, 1, sycl::access_mode::read, sycl::target::device>;
-
 // An input that the dataset lacks has no accessor, and the task gets a null pointer for it.
 struct absent_input {};
 
@@ -46,9 +46,11 @@ auto input_access(sycl::buffer<T, 1>& input, sycl::handler& cgh) {
   }
 }
 
-// An input of no elements is handed over as null: there is nothing there to read.
-template <typename T>
-const T* input_pointer(const input_accessor<T>& input) {
+// An input of no elements is handed over as null: there is nothing there to read. (The accessor
+// is whatever get_access gives: an implementation may add template parameters of its own.)
+template <typename Accessor>
+auto input_pointer(const Accessor& input)
+    -> decltype(input.template get_multi_ptr<sycl::access::decorated::no>().get()) {
   return input.empty() ? nullptr
                        : input.template get_multi_ptr<sycl::access::decorated::no>().get();
 }
@@ -57,9 +59,26 @@ inline std::nullptr_t input_pointer(absent_input) {
   return nullptr;
 }
 
+// What the task keeps of a dataset of buffers. A host task holds a copy of the dataset, so that
+// it may run after the caller has let go of the buffers. A custom operation holds the counts
+// only: its runtime would wait for the operation itself in the end of a buffer it held last.
+struct dataset_counts {
+  std::int64_t n_dims;
+  std::int64_t n_observations;
+};
+
+template <typename Dataset>
+auto kept_by_task(const Dataset& data) {
+#if TESSEL_SYCL_HAS_HOST_TASK
+  return data;
+#else
+  return dataset_counts{data.n_dims, data.n_observations};
+#endif
+}
+
 // One command group for each combination of weights and indices, with accessors for the inputs
-// that are present, made in the order observations, weights, indices. The host task holds a copy
-// of the dataset, the accessors and a copy of the functor.
+// that are present, made in the order observations, weights, indices. The host task holds the
+// dataset (as kept_by_task says), the accessors and a copy of the functor.
 template <bool HasWeights, bool HasIndices, typename T, layout L, typename F>
 sycl::event submit_command_group(sycl::queue& queue, dataset<L, sycl::buffer<T, 1>>& data,
                                  const F& functor) {
@@ -69,8 +88,8 @@ sycl::event submit_command_group(sycl::queue& queue, dataset<L, sycl::buffer<T, 
     auto weights = input_access<HasWeights>(data.weights, cgh);
     auto indices = input_access<HasIndices>(data.indices, cgh);
     functor.require(cgh);
-    cgh.host_task([data, observations, weights, indices, functor] {
-      estimate_in_task<T, L>(data.n_dims, data.n_observations, input_pointer(observations),
+    host_command(cgh, [kept = kept_by_task(data), observations, weights, indices, functor] {
+      estimate_in_task<T, L>(kept.n_dims, kept.n_observations, input_pointer(observations),
                              input_pointer(weights), input_pointer(indices), functor);
     });
   });
@@ -80,8 +99,8 @@ sycl::event submit_command_group(sycl::queue& queue, dataset<L, sycl::buffer<T, 
 // from the accessors.
 template <typename T, layout L, typename F>
 sycl::event submit(sycl::queue& queue, dataset<L, sycl::buffer<T, 1>> data, F& functor) {
-  const bool has_weights = data.weights.size() != 0;
-  const bool has_indices = data.indices.size() != 0;
+  const bool has_weights = has_elements(data.weights);
+  const bool has_indices = has_elements(data.indices);
   if (has_weights && has_indices) {
     return submit_command_group<true, true>(queue, data, functor);
   }
@@ -101,9 +120,9 @@ sycl::event submit(sycl::queue& queue, dataset<L, T*> data, F& functor,
                    const std::vector<sycl::event>& dependencies) {
   return queue.submit([&data, &functor, &dependencies](sycl::handler& cgh) {
     cgh.depends_on(dependencies);
-    cgh.host_task([n_dims = data.n_dims, n_observations = data.n_observations,
-                   observations = data.observations, weights = data.weights, indices = data.indices,
-                   functor] {
+    host_command(cgh, [n_dims = data.n_dims, n_observations = data.n_observations,
+                       observations = data.observations, weights = data.weights,
+                       indices = data.indices, functor] {
       estimate_in_task<T, L>(n_dims, n_observations, observations, weights, indices, functor);
     });
   });

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <vorlex/orv/stats.hpp>
 
+#include "common/has_elements.hpp"
 #include "stats/dataset_helper.hpp"
 
 namespace vorlex::orv::stats::detail::gpu {
@@ -32,16 +33,16 @@ dataset_helper<T, L, false, WideIndices> buffer_dataset_helper(
     const dataset<L, sycl::buffer<T, 1>>& data, sycl::buffer<T, 1>& dummy_weights,
     sycl::buffer<std::int64_t, 1>& dummy_indices, bool with_weights) {
   sycl::buffer<T, 1> observations = data.observations;
-  const bool has_weights = with_weights && data.weights.size() != 0;
-  const bool has_indices = data.indices.size() != 0;
+  const bool has_weights = with_weights && has_elements(data.weights);
+  const bool has_indices = has_elements(data.indices);
   sycl::buffer<T, 1> weights = has_weights ? data.weights : dummy_weights;
   sycl::buffer<std::int64_t, 1> indices = has_indices ? data.indices : dummy_indices;
   return {static_cast<std::uint64_t>(data.n_dims),
           static_cast<std::uint64_t>(data.n_observations),
           static_cast<std::uint64_t>(L),
-          data_handle<T, false>(observations),
-          data_handle<T, false>(weights),
-          data_handle<std::int64_t, false>(indices),
+          pointer_or_accessor<T, false, sycl::access_mode::read>(observations),
+          pointer_or_accessor<T, false, sycl::access_mode::read>(weights),
+          pointer_or_accessor<std::int64_t, false, sycl::access_mode::read>(indices),
           has_weights,
           has_indices};
 }

@@ -7,6 +7,8 @@
 
 #include <cstdint>
 
+#include "tessel/sycl_features.hpp"
+
 namespace vorlex::orv::stats::detail::gpu {
 
 template <typename T>
@@ -19,13 +21,14 @@ inline auto device_pointer(const sycl::accessor<T, 1, Mode, sycl::target::device
   return accessor.template get_multi_ptr<sycl::access::decorated::no>().get();
 }
 
-// Local blocks are addressed from the accessor's base: a next step reads one block past its
-// request (the weights' second block), which lies inside the group's local memory.
+// Local blocks are addressed from the accessor's base; every block a kernel touches lies inside
+// its request.
 template <typename T>
 inline T* local_pointer(const sycl::local_accessor<T, 1>& local) {
-  return local.template get_multi_ptr<sycl::access::decorated::no>().get();
+  return &local[0];
 }
 
+#if TESSEL_SYCL_HAS_GROUP_COPY
 // Starts a group copy of count consecutive elements from global to local memory. Every
 // work-item of the group calls it with the same arguments.
 template <typename T>
@@ -37,6 +40,25 @@ inline sycl::device_event start_group_copy(const sycl::nd_item<1>& item, T* loca
                                          sycl::access::decorated::yes>(global_source);
   return item.async_work_group_copy(destination, source, count);
 }
+#else
+// The copy is done when this returns; waiting on it is a no-op.
+struct finished_group_copy {
+  void wait() const {}
+};
+
+// Where async_work_group_copy lacks the decorated form, the group copies by hand: each
+// work-item moves every group-size-th element, and the barrier makes the block whole for all.
+template <typename T>
+inline finished_group_copy start_group_copy(const sycl::nd_item<1>& item, T* local_destination,
+                                            const T* global_source, std::uint64_t count) {
+  const std::uint64_t group_size = item.get_local_range(0);
+  for (std::uint64_t i = item.get_local_id(0); i < count; i += group_size) {
+    local_destination[i] = global_source[i];
+  }
+  sycl::group_barrier(item.get_group(), sycl::memory_scope::work_group);
+  return {};
+}
+#endif
 
 template <typename T>
 inline void group_copy(const sycl::nd_item<1>& item, T* local_destination, const T* global_source,

@@ -4,6 +4,7 @@
 
 #include <sycl/sycl.hpp>
 
+#include <array>
 #include <cstdint>
 #include <limits>
 
@@ -27,42 +28,30 @@ struct extremes_functor_kind {
   static constexpr bool has_max = HasMax;
 };
 
-template <typename T, bool Usm>
-class min_func_fast : public extremes_functor_kind<T, Usm, true, false> {
+// The result arrays of min (HasMin), max (HasMax) or both, in that order.
+template <typename T, bool Usm, bool HasMin, bool HasMax>
+class extremes_func : public extremes_functor_kind<T, Usm, HasMin, HasMax> {
  public:
-  static constexpr const char* name = "min";
-  explicit min_func_fast(out_t<T, Usm> min) : min_(min) {}
-  void require(sycl::handler& cgh) const { require_all(cgh, min_); }
-  void store_min(std::uint64_t dim, T value) const { min_[dim] = value; }
+  static constexpr const char* name = HasMin ? (HasMax ? "min_max" : "min") : "max";
+  template <typename... Outputs>
+  explicit extremes_func(Outputs... outputs) : outputs_{outputs...} {}
+  void require(sycl::handler& cgh) const {
+    for (const auto& output : outputs_) {
+      require_all(cgh, output);
+    }
+  }
+  void store_min(std::uint64_t dim, T value) const { outputs_[0][dim] = value; }
+  void store_max(std::uint64_t dim, T value) const { outputs_[HasMin ? 1 : 0][dim] = value; }
 
  private:
-  out_t<T, Usm> min_;
+  std::array<pointer_or_accessor<T, Usm>, HasMin + HasMax> outputs_;
 };
 
 template <typename T, bool Usm>
-class max_func_fast : public extremes_functor_kind<T, Usm, false, true> {
- public:
-  static constexpr const char* name = "max";
-  explicit max_func_fast(out_t<T, Usm> max) : max_(max) {}
-  void require(sycl::handler& cgh) const { require_all(cgh, max_); }
-  void store_max(std::uint64_t dim, T value) const { max_[dim] = value; }
-
- private:
-  out_t<T, Usm> max_;
-};
-
+using min_func = extremes_func<T, Usm, true, false>;
 template <typename T, bool Usm>
-class min_max_func_fast : public extremes_functor_kind<T, Usm, true, true> {
- public:
-  static constexpr const char* name = "min_max";
-  min_max_func_fast(out_t<T, Usm> min, out_t<T, Usm> max) : min_(min), max_(max) {}
-  void require(sycl::handler& cgh) const { require_all(cgh, min_, max_); }
-  void store_min(std::uint64_t dim, T value) const { min_[dim] = value; }
-  void store_max(std::uint64_t dim, T value) const { max_[dim] = value; }
-
- private:
-  out_t<T, Usm> min_;
-  out_t<T, Usm> max_;
-};
+using max_func = extremes_func<T, Usm, false, true>;
+template <typename T, bool Usm>
+using min_max_func = extremes_func<T, Usm, true, true>;
 
 }  // namespace vorlex::orv::stats::detail::gpu

@@ -10,6 +10,7 @@
 #include <vector>
 #include <vorlex/orv/stats.hpp>
 
+#include "common/memory_domain.hpp"
 #include "gpu/dataset_view.hpp"
 #include "gpu/launch.hpp"
 #include "gpu/minmax_functors.hpp"
@@ -165,7 +166,7 @@ sycl::event submit_minmax_usm(sycl::queue& queue, const dataset<L, T*>& data, F&
   for_each_half<F>(
       [&](auto half) { allocated = allocated && decltype(half)::of(blocks).get() != nullptr; });
   if (scratch_size != 0 && !allocated) {
-    throw vorlex::orv::device_bad_alloc("rng", F::name, queue.get_device());
+    throw vorlex::orv::device_bad_alloc(memory_domain, F::name, queue.get_device());
   }
   const auto scratch = make_halves<F>([&](auto half) { return decltype(half)::of(blocks).get(); });
   return run_minmax_launches(queue, view, functor, scratch, plan, half_size, true);

@@ -139,10 +139,8 @@ template <typename F, typename Blocks, typename Source>
 void copy_into_blocks(const sycl::nd_item<1>& item, const Blocks& blocks, Source&& source,
                       std::uint64_t count) {
   if constexpr (F::has_min && F::has_max) {
-    sycl::device_event min_copy =
-        start_group_copy(item, local_pointer(blocks.min), source(min_half{}), count);
-    sycl::device_event max_copy =
-        start_group_copy(item, local_pointer(blocks.max), source(max_half{}), count);
+    auto min_copy = start_group_copy(item, local_pointer(blocks.min), source(min_half{}), count);
+    auto max_copy = start_group_copy(item, local_pointer(blocks.max), source(max_half{}), count);
     min_copy.wait();
     max_copy.wait();
   } else {

@@ -5,7 +5,20 @@
 
 #include <sycl/sycl.hpp>
 
+#include "tessel/sycl_features.hpp"
+
 namespace vorlex::orv::stats::detail::gpu {
+
+// The device's multiply-add; where the implementation has no sycl::mad, a product and a sum, which
+// contraction off keeps apart.
+template <typename T>
+inline T mad(T a, T b, T c) {
+#if TESSEL_SYCL_HAS_MAD
+  return sycl::mad(a, b, c);
+#else
+  return a * b + c;
+#endif
+}
 
 // The quantities of the raw sums of one dimension, each made only when first asked for.
 template <typename T>
@@ -19,8 +32,8 @@ class central_terms {
   // Weighted sum of squared deviations.
   T c2() const {
     const T m = mean();
-    const T a = sycl::mad(m * T(-2), s1_, s2_);
-    return sycl::mad(w_ * m, m, a);
+    const T a = mad(m * T(-2), s1_, s2_);
+    return mad(w_ * m, m, a);
   }
 
   // Variance with the reliability-weights correction W / (W * W - W2).
@@ -31,7 +44,7 @@ class central_terms {
     const T m = mean();
     const T b = w_ * m;
     const T t = m * T(3);
-    return sycl::mad(m * (-b), m, sycl::mad(t * m, s1_, sycl::mad(-t, s2_, s3_)));
+    return mad(m * (-b), m, mad(t * m, s1_, mad(-t, s2_, s3_)));
   }
 
   // Weighted sum of fourth powers of deviations.
@@ -39,13 +52,11 @@ class central_terms {
     const T m = mean();
     const T b = w_ * m;
     const T q = m * T(-4);
-    return sycl::mad(
-        (b * m) * m, m,
-        sycl::mad((m * q) * m, s1_, sycl::mad((s2_ * T(6)) * m, m, sycl::mad(q, s3_, s4_))));
+    return mad((b * m) * m, m, mad((m * q) * m, s1_, mad((s2_ * T(6)) * m, m, mad(q, s3_, s4_))));
   }
 
   static T corrected_variance(T c2, T w, T w2) {
-    const T d = sycl::mad(w, w, -w2);
+    const T d = mad(w, w, -w2);
     return c2 * (w / d);
   }
 

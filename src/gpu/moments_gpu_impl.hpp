@@ -10,6 +10,7 @@
 
 #include <sycl/sycl.hpp>
 
+#include <algorithm>
 #include <cstdint>
 #include <vector>
 #include <vorlex/orv/stats.hpp>
@@ -19,7 +20,6 @@
 #include "gpu/launch.hpp"
 #include "gpu/moment_functors.hpp"
 #include "gpu/moment_functors_ex.hpp"
-#include "gpu/moment_functors_user_mean.hpp"
 #include "gpu/reduction_plan.hpp"
 #include "gpu/sum_tmp_helper.hpp"
 #include "stats/dataset_helper.hpp"
@@ -66,9 +66,9 @@ sycl::event basic_first_step(sycl::queue& queue, dataset_helper<T, L, Usm, WideI
   });
 }
 
-// The local request is (channels + w) blocks, w being 1 with weights: one block fewer than the
-// weights take when the channels equal the sums kept. That block lies in the group's local
-// memory past the request, which the devices size for it.
+// The local request is (channels + w) blocks, w being 1 with weights, but never fewer than the
+// blocks the kernel touches: the weight sums take blocks slot_w and slot_w2, and when the
+// channels equal the sums kept, slot_w2 is the block right after (channels + w).
 template <bool Last, bool Usm, bool UserMean, typename T, stats::layout L, typename F,
           bool WideIndices>
 sycl::event basic_next_step(sycl::queue& queue, dataset_helper<T, L, Usm, WideIndices>& data,
@@ -78,7 +78,8 @@ sycl::event basic_next_step(sycl::queue& queue, dataset_helper<T, L, Usm, WideIn
   constexpr bool row_layout = L == stats::layout::row_major;
   return queue.submit([&](sycl::handler& cgh) {
     require_step(cgh, data, helper, functor);
-    const std::uint64_t blocks = functor.channels() + (data.has_weights ? 1 : 0);
+    const std::uint64_t w = data.has_weights ? 1 : 0;
+    const std::uint64_t blocks = std::max(functor.channels() + w, w * (helper.slot_w2 + 1));
     sycl::local_accessor<T, 1> local(sycl::range<1>(blocks * local_size), cgh);
     cgh.parallel_for(launch_range(group_count, local_size),
                      basic_kernel_next_step<F, row_layout, Last, WideIndices>(
@@ -145,7 +146,7 @@ sycl::event run_moment_plan(sycl::queue& queue, dataset_helper<T, L, Usm, WideIn
   return last;
 }
 
-// F decides UserMean (the *_func_user_mean functors); mean is used only then. The wait on the
+// F decides UserMean; mean is used only then. The wait on the
 // dependencies is the only link to the caller's work: no kernel here depends on an event.
 template <typename T, stats::layout L, typename F, bool WideIndices = true>
 sycl::event submit_basic_usm(sycl::queue& queue, const dataset<L, T*>& data, F& functor,
@@ -167,7 +168,7 @@ sycl::event submit_basic(sycl::queue& queue, const dataset<L, sycl::buffer<T, 1>
   sycl::buffer<std::int64_t, 1> dummy_indices{sycl::range<1>(1)};
   auto view = buffer_dataset_helper<WideIndices>(data, dummy_weights, dummy_indices, true);
   if constexpr (F::user_mean) {
-    return run_moment_plan<WideIndices>(queue, view, functor, mean_handle<T, false>(*mean));
+    return run_moment_plan<WideIndices>(queue, view, functor, pointer_or_accessor<T, false, sycl::access_mode::read>(*mean));
   } else {
     return run_moment_plan<WideIndices>(queue, view, functor);
   }

@@ -5,12 +5,9 @@
 
 #include <type_traits>
 
-namespace vorlex::orv::stats::detail::gpu {
+#include "common/pointer_or_accessor.hpp"
 
-template <typename T, bool Usm>
-using out_t =
-    std::conditional_t<Usm, T*,
-                       sycl::accessor<T, 1, sycl::access_mode::read_write, sycl::target::device>>;
+namespace vorlex::orv::stats::detail::gpu {
 
 // Scratch is a buffer on both roads of the moment engine, and on the buffer road of min/max.
 template <typename T>

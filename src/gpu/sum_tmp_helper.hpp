@@ -21,11 +21,6 @@ namespace vorlex::orv::stats::detail::gpu {
 template <typename T, bool Usm, bool UserMean>
 class sum_tmp_helper;
 
-template <typename T, bool Usm>
-using mean_handle =
-    std::conditional_t<Usm, const T*,
-                       sycl::accessor<T, 1, sycl::access_mode::read, sycl::target::device>>;
-
 // Where a step's two halves start; all zero in a plan without intermediate steps.
 struct scratch_halves {
   std::uint64_t sums_size = 0;     // elements of one half of sums
@@ -219,7 +214,8 @@ class sum_tmp_helper<T, Usm, true> : public running_sums<sum_tmp_helper<T, Usm, 
   static constexpr bool user_mean = true;
 
   sum_tmp_helper(sycl::buffer<T, 1>& sums_buffer, sycl::buffer<T, 1>& sum_w_buffer,
-                 sycl::buffer<T, 1>& sum_w2_buffer, mean_handle<T, Usm> mean, std::uint8_t keep_s3,
+                 sycl::buffer<T, 1>& sum_w2_buffer,
+                 pointer_or_accessor<T, Usm, sycl::access_mode::read> mean, std::uint8_t keep_s3,
                  std::uint8_t keep_s4, std::uint8_t weights, std::uint64_t stride,
                  std::uint64_t count)
       : sums(sums_buffer),
@@ -279,7 +275,7 @@ class sum_tmp_helper<T, Usm, true> : public running_sums<sum_tmp_helper<T, Usm, 
   }
 
   scratch_accessor<T> sums;
-  mean_handle<T, Usm> mean_in;
+  pointer_or_accessor<T, Usm, sycl::access_mode::read> mean_in;
   scratch_accessor<T> sum_w;
   scratch_accessor<T> sum_w2;
   std::uint8_t has_s3;

@@ -17,6 +17,7 @@
 #include <vector>
 #include <vorlex/orv/stats.hpp>
 
+#include "common/memory_domain.hpp"
 #include "gpu/minmax_gpu_impl.hpp"
 #include "gpu/moments_gpu_impl.hpp"
 #include "offload/task_model.hpp"
@@ -75,7 +76,7 @@ class spare_outputs {
     }
     T* spare = sycl::malloc_device<T>(static_cast<std::size_t>(n_dims_), queue_);
     if (spare == nullptr) {
-      throw device_bad_alloc("rng", "omp_offload", queue_.get_device());
+      throw device_bad_alloc(memory_domain, "omp_offload", queue_.get_device());
     }
     spares_.push_back(spare);
     return spare;
@@ -112,7 +113,7 @@ offload_result submit_extreme(sycl::queue& queue, T* extreme, const task_dataset
   if (extreme == nullptr) {
     return refused(Max ? -4016 : -4015);
   }
-  using F = std::conditional_t<Max, gpu::max_func_fast<T, true>, gpu::min_func_fast<T, true>>;
+  using F = std::conditional_t<Max, gpu::max_func<T, true>, gpu::min_func<T, true>>;
   F functor(extreme);
   return {
       gpu::submit_minmax_usm<T, L, F, Model::wide_indices>(queue, as_dataset<L>(data), functor, {}),
@@ -120,7 +121,7 @@ offload_result submit_extreme(sycl::queue& queue, T* extreme, const task_dataset
 }
 
 // The raw families: the first array is always stored, the others as given. Functor is
-// raw_sum_func_fast or raw_moment_func_fast.
+// raw_sum_func or raw_moment_func.
 template <stats::layout L, typename Model, template <typename, bool> class Functor, typename T>
 offload_result submit_raw(sycl::queue& queue, std::initializer_list<required_result> required,
                           T* first, T* second, T* third, T* fourth, const task_dataset<T>& data,
@@ -141,25 +142,24 @@ template <stats::layout L, typename Model, typename T>
 offload_result submit_raw_sum(sycl::queue& queue, T* sum, T* sum2, T* sum3, T* sum4,
                               const task_dataset<T>& data, typename Model::integer method,
                               std::uint64_t mask) {
-  return submit_raw<L, Model, gpu::raw_sum_func_fast>(queue,
-                                                      {{SS_SUM, sum, -4074},
-                                                       {SS_RAW_SUM2, sum2, -4075},
-                                                       {SS_RAW_SUM3, sum3, -4076},
-                                                       {SS_RAW_SUM4, sum4, -4077}},
-                                                      sum, sum2, sum3, sum4, data, method, mask);
+  return submit_raw<L, Model, gpu::raw_sum_func>(queue,
+                                                 {{SS_SUM, sum, -4074},
+                                                  {SS_RAW_SUM2, sum2, -4075},
+                                                  {SS_RAW_SUM3, sum3, -4076},
+                                                  {SS_RAW_SUM4, sum4, -4077}},
+                                                 sum, sum2, sum3, sum4, data, method, mask);
 }
 
 template <stats::layout L, typename Model, typename T>
 offload_result submit_raw_moment(sycl::queue& queue, T* mean, T* raw2, T* raw3, T* raw4,
                                  const task_dataset<T>& data, typename Model::integer method,
                                  std::uint64_t mask) {
-  return submit_raw<L, Model, gpu::raw_moment_func_fast>(queue,
-                                                         {{SS_MEAN, mean, -4006},
-                                                          {SS_RAW_MOMENT2, raw2, -4007},
-                                                          {SS_RAW_MOMENT3, raw3, -4008},
-                                                          {SS_RAW_MOMENT4, raw4, -4009}},
-                                                         mean, raw2, raw3, raw4, data, method,
-                                                         mask);
+  return submit_raw<L, Model, gpu::raw_moment_func>(queue,
+                                                    {{SS_MEAN, mean, -4006},
+                                                     {SS_RAW_MOMENT2, raw2, -4007},
+                                                     {SS_RAW_MOMENT3, raw3, -4008},
+                                                     {SS_RAW_MOMENT4, raw4, -4009}},
+                                                    mean, raw2, raw3, raw4, data, method, mask);
 }
 
 // central_moment and central_sum: their mask bits and missing-array statuses of orders 2 to 4.
@@ -174,8 +174,7 @@ inline constexpr central_family central_sums{SS_CENTRAL_SUM2, SS_CENTRAL_SUM3, S
 
 // Each order needs its own array, and for method 1 the raw moments it expands through. The
 // second-order result and the raw moments that the orders given need are always stored.
-template <stats::layout L, typename Model, template <typename, bool> class Fast,
-          template <typename, bool> class UserMean, typename T>
+template <stats::layout L, typename Model, typename Family, typename T>
 offload_result submit_central(sycl::queue& queue, const central_family& f, T* mean, T* raw2,
                               T* raw3, T* raw4, T* second, T* third, T* fourth,
                               const task_dataset<T>& data, typename Model::integer method,
@@ -206,11 +205,13 @@ offload_result submit_central(sycl::queue& queue, const central_family& f, T* me
   }
   spare_outputs<T> spares(queue, data.n_dims);
   if (method == method_user_mean) {
-    UserMean<T, true> functor(given(third), given(fourth), spares.unless(second), third, fourth);
+    gpu::central_func<T, true, true, Family> functor(given(third), given(fourth),
+                                                     spares.unless(second), third, fourth);
     return run_moments<L, Model>(queue, data, functor, mean);
   }
-  Fast<T, true> functor(given(third), given(fourth), mean, spares.unless(raw2), spares.unless(raw3),
-                        spares.unless(raw4), spares.unless(second), third, fourth);
+  gpu::ex::with_raw_moments<gpu::central_func<T, true, false, Family>> functor(
+      mean, spares.unless(raw2), spares.unless(raw3), spares.unless(raw4), given(third),
+      given(fourth), spares.unless(second), third, fourth);
   return run_moments<L, Model>(queue, data, functor);
 }
 
@@ -218,8 +219,8 @@ template <stats::layout L, typename Model, typename T>
 offload_result submit_central_sum(sycl::queue& queue, T* mean, T* raw2, T* raw3, T* raw4, T* sum2,
                                   T* sum3, T* sum4, const task_dataset<T>& data,
                                   typename Model::integer method, std::uint64_t mask) {
-  return submit_central<L, Model, gpu::ex::central_sum_func_fast, gpu::central_sum_func_user_mean>(
-      queue, central_sums, mean, raw2, raw3, raw4, sum2, sum3, sum4, data, method, mask);
+  return submit_central<L, Model, gpu::central_sums>(queue, central_sums, mean, raw2, raw3, raw4,
+                                                     sum2, sum3, sum4, data, method, mask);
 }
 
 template <stats::layout L, typename Model, typename T>
@@ -227,10 +228,9 @@ offload_result submit_central_moment(sycl::queue& queue, T* mean, T* raw2, T* ra
                                      T* moment2, T* moment3, T* moment4,
                                      const task_dataset<T>& data, typename Model::integer method,
                                      std::uint64_t mask) {
-  return submit_central<L, Model, gpu::ex::central_moment_func_fast,
-                        gpu::central_moment_func_user_mean>(queue, central_moments, mean, raw2,
-                                                            raw3, raw4, moment2, moment3, moment4,
-                                                            data, method, mask);
+  return submit_central<L, Model, gpu::central_moments>(queue, central_moments, mean, raw2, raw3,
+                                                        raw4, moment2, moment3, moment4, data,
+                                                        method, mask);
 }
 
 // variation, skewness and kurtosis: the mean is needed by both methods (as the caller's mean for
@@ -267,8 +267,11 @@ offload_result submit_variation(sycl::queue& queue, T* mean, T* raw2, T* variati
                                 const task_dataset<T>& data, typename Model::integer method) {
   return submit_shape<L, Model>(
       queue, {always, variation, -4017}, {{always, raw2, -4007}}, mean, data, method,
-      [&] { return gpu::ex::variation_func_fast<T, true>(mean, raw2, variation); },
-      [&] { return gpu::variation_func_user_mean<T, true>(variation); });
+      [&] {
+        return gpu::ex::with_raw_moments<gpu::variation_func<T, true, false>>(mean, raw2, nullptr,
+                                                                              nullptr, variation);
+      },
+      [&] { return gpu::variation_func<T, true, true>(variation); });
 }
 
 template <stats::layout L, typename Model, typename T>
@@ -276,8 +279,12 @@ offload_result submit_skewness(sycl::queue& queue, T* mean, T* raw2, T* raw3, T*
                                const task_dataset<T>& data, typename Model::integer method) {
   return submit_shape<L, Model>(
       queue, {always, skewness, -4014}, {{always, raw3, -4008}, {always, raw2, -4007}}, mean, data,
-      method, [&] { return gpu::ex::skewness_func_fast<T, true>(mean, raw2, raw3, skewness); },
-      [&] { return gpu::skewness_func_user_mean<T, true>(skewness); });
+      method,
+      [&] {
+        return gpu::ex::with_raw_moments<gpu::skewness_func<T, true, false>>(mean, raw2, raw3,
+                                                                             nullptr, skewness);
+      },
+      [&] { return gpu::skewness_func<T, true, true>(skewness); });
 }
 
 template <stats::layout L, typename Model, typename T>
@@ -286,8 +293,11 @@ offload_result submit_kurtosis(sycl::queue& queue, T* mean, T* raw2, T* raw3, T*
   return submit_shape<L, Model>(
       queue, {always, kurtosis, -4013},
       {{always, raw4, -4009}, {always, raw3, -4008}, {always, raw2, -4007}}, mean, data, method,
-      [&] { return gpu::ex::kurtosis_func_fast<T, true>(mean, raw2, raw3, raw4, kurtosis); },
-      [&] { return gpu::kurtosis_func_user_mean<T, true>(kurtosis); });
+      [&] {
+        return gpu::ex::with_raw_moments<gpu::kurtosis_func<T, true, false>>(mean, raw2, raw3, raw4,
+                                                                             kurtosis);
+      },
+      [&] { return gpu::kurtosis_func<T, true, true>(kurtosis); });
 }
 
 }  // namespace vorlex::orv::stats::detail::offload

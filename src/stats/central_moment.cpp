@@ -7,30 +7,31 @@ namespace vorlex::orv::stats {
 template <method M, typename T, layout L>
 sycl::event central_moment(sycl::queue& queue, const dataset<L, T*>& data, T* moment2, T* moment3,
                            T* moment4, const std::vector<sycl::event>& dependencies) {
-  return detail::usm_entry<detail::central_moment_row, M>(queue, detail::no_mean{}, data,
-                                                          dependencies, moment2, moment3, moment4);
+  return detail::usm_entry<detail::central_moment_statistic, M>(
+      queue, detail::no_mean{}, data, dependencies, moment2, moment3, moment4);
 }
 
 template <method M, typename T, layout L>
 void central_moment(sycl::queue& queue, const dataset<L, sycl::buffer<T, 1>>& data,
                     sycl::buffer<T, 1> moment2, sycl::buffer<T, 1> moment3,
                     sycl::buffer<T, 1> moment4) {
-  detail::buffer_entry<detail::central_moment_row, M>(queue, detail::no_mean{}, data, moment2,
-                                                      moment3, moment4);
+  detail::buffer_entry<detail::central_moment_statistic, M>(queue, detail::no_mean{}, data, moment2,
+                                                            moment3, moment4);
 }
 
 template <method M, typename T, layout L>
 sycl::event central_moment(sycl::queue& queue, T* mean, const dataset<L, T*>& data, T* moment2,
                            T* moment3, T* moment4, const std::vector<sycl::event>& dependencies) {
-  return detail::usm_entry<detail::central_moment_row, M>(queue, mean, data, dependencies, moment2,
-                                                          moment3, moment4);
+  return detail::usm_entry<detail::central_moment_statistic, M>(queue, mean, data, dependencies,
+                                                                moment2, moment3, moment4);
 }
 
 template <method M, typename T, layout L>
 void central_moment(sycl::queue& queue, sycl::buffer<T, 1> mean,
                     const dataset<L, sycl::buffer<T, 1>>& data, sycl::buffer<T, 1> moment2,
                     sycl::buffer<T, 1> moment3, sycl::buffer<T, 1> moment4) {
-  detail::buffer_entry<detail::central_moment_row, M>(queue, mean, data, moment2, moment3, moment4);
+  detail::buffer_entry<detail::central_moment_statistic, M>(queue, mean, data, moment2, moment3,
+                                                            moment4);
 }
 
 #define TESSEL_STATS_PLAIN(M, T, L)                                                             \

@@ -3,11 +3,11 @@
 #pragma once
 
 #include "stats/entry_frame.hpp"
-#include "stats/row.hpp"
+#include "stats/statistic.hpp"
 
 namespace vorlex::orv::stats::detail {
 
-struct central_moment_row {
+struct central_moment_statistic {
   static constexpr const char* name = "central_moment";
   static constexpr output_rule outputs = output_rule::later_optional;
   static constexpr absent_texts absent[] = {
@@ -15,9 +15,9 @@ struct central_moment_row {
   static constexpr gpu_engine engine = gpu_engine::moments;
   using cpu_frame = cpu::central_moment_frame;
   template <typename T, bool Usm>
-  using gpu_functor = gpu::central_moment_func_fast<T, Usm>;
+  using gpu_functor = gpu::central_moment_func<T, Usm, false>;
   template <typename T, bool Usm>
-  using gpu_functor_user_mean = gpu::central_moment_func_user_mean<T, Usm>;
+  using gpu_functor_user_mean = gpu::central_moment_func<T, Usm, true>;
 };
 
 }  // namespace vorlex::orv::stats::detail

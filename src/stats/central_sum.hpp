@@ -2,11 +2,11 @@
 #pragma once
 
 #include "stats/entry_frame.hpp"
-#include "stats/row.hpp"
+#include "stats/statistic.hpp"
 
 namespace vorlex::orv::stats::detail {
 
-struct central_sum_row {
+struct central_sum_statistic {
   static constexpr const char* name = "central_sum";
   static constexpr output_rule outputs = output_rule::later_optional;
   static constexpr absent_texts absent[] = {
@@ -14,9 +14,9 @@ struct central_sum_row {
   static constexpr gpu_engine engine = gpu_engine::moments;
   using cpu_frame = cpu::central_sum_frame;
   template <typename T, bool Usm>
-  using gpu_functor = gpu::central_sum_func_fast<T, Usm>;
+  using gpu_functor = gpu::central_sum_func<T, Usm, false>;
   template <typename T, bool Usm>
-  using gpu_functor_user_mean = gpu::central_sum_func_user_mean<T, Usm>;
+  using gpu_functor_user_mean = gpu::central_sum_func<T, Usm, true>;
 };
 
 }  // namespace vorlex::orv::stats::detail

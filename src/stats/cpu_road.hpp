@@ -11,7 +11,7 @@
 
 #include "cpu/frames_central.hpp"
 #include "cpu/frames_raw.hpp"
-#include "stats/row.hpp"
+#include "stats/statistic.hpp"
 
 namespace vorlex::orv::stats::detail {
 
@@ -34,17 +34,18 @@ const sycl::buffer<T, 1>* cpu_user_mean_buffer(const Mean& mean) {
   }
 }
 
-template <typename Row, method M, typename T, layout L, typename Mean, typename... Out>
+template <typename Statistic, method M, typename T, layout L, typename Mean, typename... Out>
 sycl::event cpu_road_usm(sycl::queue& queue, Mean mean, const dataset<L, T*>& data,
                          const std::vector<sycl::event>& dependencies, Out... outputs) {
-  return Row::cpu_frame::template usm<M, T, L>(queue, cpu_user_mean<T>(mean), data, dependencies,
-                                               outputs...);
+  return Statistic::cpu_frame::template usm<M, T, L>(queue, cpu_user_mean<T>(mean), data,
+                                                     dependencies, outputs...);
 }
 
-template <typename Row, method M, typename T, layout L, typename Mean, typename... Out>
+template <typename Statistic, method M, typename T, layout L, typename Mean, typename... Out>
 void cpu_road_buffer(sycl::queue& queue, Mean mean, const dataset<L, sycl::buffer<T, 1>>& data,
                      Out... outputs) {
-  Row::cpu_frame::template buffer<M, T, L>(queue, cpu_user_mean_buffer<T>(mean), data, outputs...);
+  Statistic::cpu_frame::template buffer<M, T, L>(queue, cpu_user_mean_buffer<T>(mean), data,
+                                                 outputs...);
 }
 
 }  // namespace vorlex::orv::stats::detail

@@ -8,14 +8,10 @@
 #include <type_traits>
 #include <vorlex/orv/stats.hpp>
 
+#include "common/pointer_or_accessor.hpp"
 #include "gpu/device_memory.hpp"
 
 namespace vorlex::orv::stats::detail {
-
-template <typename T, bool Usm>
-using data_handle =
-    std::conditional_t<Usm, const T*,
-                       sycl::accessor<T, 1, sycl::access_mode::read, sycl::target::device>>;
 
 template <typename T, stats::layout L, bool Usm, bool WideIndices>
 struct dataset_helper {
@@ -26,9 +22,9 @@ struct dataset_helper {
   std::uint64_t dims;
   std::uint64_t n_obs;
   std::uint64_t layout;  // carried for completeness: kernels take the layout from their name
-  data_handle<T, Usm> x;
-  data_handle<T, Usm> w;
-  data_handle<std::int64_t, Usm> idx;
+  pointer_or_accessor<T, Usm, sycl::access_mode::read> x;
+  pointer_or_accessor<T, Usm, sycl::access_mode::read> w;
+  pointer_or_accessor<std::int64_t, Usm, sycl::access_mode::read> idx;
   std::uint8_t has_weights;
   std::uint8_t has_indices;
 

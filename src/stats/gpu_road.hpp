@@ -1,4 +1,4 @@
-// The road of a GPU queue: the row's functor over the outputs, handed to the GPU engine with
+// The road of a GPU queue: the statistic's functor over the outputs, handed to the GPU engine with
 // the dataset. The engine waits for the event list itself (USM) and for its own kernels, so the
 // call has finished when it returns.
 #pragma once
@@ -15,31 +15,33 @@
 #include <vector>
 #include <vorlex/orv/stats.hpp>
 
+#include "common/memory_domain.hpp"
 #include "gpu/minmax_gpu_impl.hpp"
 #include "gpu/moments_gpu_impl.hpp"
 #include "gpu/out_handle.hpp"
 #include "stats/output_checks.hpp"
-#include "stats/row.hpp"
+#include "stats/statistic.hpp"
 
 namespace vorlex::orv::stats::detail {
 
-template <typename Row, typename T, bool Usm, bool UserMean>
+template <typename Statistic, typename T, bool Usm, bool UserMean>
 struct gpu_functor_of {
-  using type = typename Row::template gpu_functor<T, Usm>;
+  using type = typename Statistic::template gpu_functor<T, Usm>;
 };
 
-template <typename Row, typename T, bool Usm>
-struct gpu_functor_of<Row, T, Usm, true> {
-  using type = typename Row::template gpu_functor_user_mean<T, Usm>;
+template <typename Statistic, typename T, bool Usm>
+struct gpu_functor_of<Statistic, T, Usm, true> {
+  using type = typename Statistic::template gpu_functor_user_mean<T, Usm>;
 };
 
-template <typename Row, typename T, bool Usm, typename Mean>
-using gpu_functor_t = typename gpu_functor_of<Row, T, Usm, !std::is_same_v<Mean, no_mean>>::type;
+template <typename Statistic, typename T, bool Usm, typename Mean>
+using gpu_functor_t =
+    typename gpu_functor_of<Statistic, T, Usm, !std::is_same_v<Mean, no_mean>>::type;
 
 // The functor's wanted-flags, one for every output after the first, then its output handles.
-template <typename Row, typename F, typename Handle, std::size_t N>
+template <typename Statistic, typename F, typename Handle, std::size_t N>
 F make_gpu_functor(const std::array<bool, N>& given, const std::array<Handle, N>& handles) {
-  std::array<std::uint8_t, Row::outputs == output_rule::later_optional ? N - 1 : 0> wants{};
+  std::array<std::uint8_t, Statistic::outputs == output_rule::later_optional ? N - 1 : 0> wants{};
   for (std::size_t i = 0; i < wants.size(); ++i) {
     wants[i] = given[i + 1] ? 1 : 0;
   }
@@ -64,10 +66,10 @@ struct usm_free {
   void operator()(T* pointer) const { sycl::free(pointer, queue); }
 };
 
-template <typename Row, typename T, layout L, typename Mean, typename... Out>
+template <typename Statistic, typename T, layout L, typename Mean, typename... Out>
 sycl::event gpu_road_usm(sycl::queue& queue, Mean mean, const dataset<L, T*>& data,
                          const std::vector<sycl::event>& dependencies, Out... outputs) {
-  using F = gpu_functor_t<Row, T, true, Mean>;
+  using F = gpu_functor_t<Statistic, T, true, Mean>;
   constexpr std::size_t n = sizeof...(Out);
   const std::array<bool, n> given{is_given(outputs)...};
   std::array<T*, n> handles{outputs...};
@@ -75,13 +77,13 @@ sycl::event gpu_road_usm(sycl::queue& queue, Mean mean, const dataset<L, T*>& da
   if (!given[0]) {
     stand_in.reset(sycl::malloc_device<T>(stand_in_size(data.n_dims), queue));
     if (!stand_in) {
-      throw device_bad_alloc("rng", Row::name, queue.get_device());
+      throw device_bad_alloc(memory_domain, Statistic::name, queue.get_device());
     }
     handles[0] = stand_in.get();
   }
-  F functor = make_gpu_functor<Row, F>(given, handles);
+  F functor = make_gpu_functor<Statistic, F>(given, handles);
   sycl::event done;
-  if constexpr (Row::engine == gpu_engine::moments) {
+  if constexpr (Statistic::engine == gpu_engine::moments) {
     const T* user_mean = nullptr;
     if constexpr (!std::is_same_v<Mean, no_mean>) {
       user_mean = mean;
@@ -100,10 +102,10 @@ sycl::event gpu_road_usm(sycl::queue& queue, Mean mean, const dataset<L, T*>& da
 // storage). An output left out binds its accessor to a buffer of the entry's own: one element
 // for a flagged output, whose flag keeps it from being written, and a stand-in for the first.
 // Those buffers end with the call, and their end waits for the kernels that use them.
-template <typename Row, typename T, layout L, typename Mean, typename... Out>
+template <typename Statistic, typename T, layout L, typename Mean, typename... Out>
 void gpu_road_buffer(sycl::queue& queue, Mean mean, const dataset<L, sycl::buffer<T, 1>>& data,
                      Out... outputs) {
-  using F = gpu_functor_t<Row, T, false, Mean>;
+  using F = gpu_functor_t<Statistic, T, false, Mean>;
   constexpr std::size_t n = sizeof...(Out);
   const std::array<bool, n> given{is_given(outputs)...};
   std::array<sycl::buffer<T, 1>, n> targets{outputs...};
@@ -112,14 +114,15 @@ void gpu_road_buffer(sycl::queue& queue, Mean mean, const dataset<L, sycl::buffe
       targets[i] = sycl::buffer<T, 1>(sycl::range<1>(i == 0 ? stand_in_size(data.n_dims) : 1));
     }
   }
-  std::array<gpu::out_t<T, false>, n> handles = std::apply(
+  std::array<pointer_or_accessor<T, false>, n> handles = std::apply(
       [](auto&... target) {
-        return std::array<gpu::out_t<T, false>, n>{gpu::out_t<T, false>(target)...};
+        return std::array<pointer_or_accessor<T, false>, n>{
+            pointer_or_accessor<T, false>(target)...};
       },
       targets);
-  F functor = make_gpu_functor<Row, F>(given, handles);
+  F functor = make_gpu_functor<Statistic, F>(given, handles);
   dataset<L, sycl::buffer<T, 1>> data_copy = data;
-  if constexpr (Row::engine == gpu_engine::moments) {
+  if constexpr (Statistic::engine == gpu_engine::moments) {
     sycl::buffer<T, 1>* user_mean = nullptr;
     if constexpr (!std::is_same_v<Mean, no_mean>) {
       user_mean = &mean;

@@ -7,26 +7,27 @@ namespace vorlex::orv::stats {
 template <method M, typename T, layout L>
 sycl::event kurtosis(sycl::queue& queue, const dataset<L, T*>& data, T* kurtosis,
                      const std::vector<sycl::event>& dependencies) {
-  return detail::usm_entry<detail::kurtosis_row, M>(queue, detail::no_mean{}, data, dependencies,
-                                                    kurtosis);
+  return detail::usm_entry<detail::kurtosis_statistic, M>(queue, detail::no_mean{}, data,
+                                                          dependencies, kurtosis);
 }
 
 template <method M, typename T, layout L>
 void kurtosis(sycl::queue& queue, const dataset<L, sycl::buffer<T, 1>>& data,
               sycl::buffer<T, 1> kurtosis) {
-  detail::buffer_entry<detail::kurtosis_row, M>(queue, detail::no_mean{}, data, kurtosis);
+  detail::buffer_entry<detail::kurtosis_statistic, M>(queue, detail::no_mean{}, data, kurtosis);
 }
 
 template <method M, typename T, layout L>
 sycl::event kurtosis(sycl::queue& queue, T* mean, const dataset<L, T*>& data, T* kurtosis,
                      const std::vector<sycl::event>& dependencies) {
-  return detail::usm_entry<detail::kurtosis_row, M>(queue, mean, data, dependencies, kurtosis);
+  return detail::usm_entry<detail::kurtosis_statistic, M>(queue, mean, data, dependencies,
+                                                          kurtosis);
 }
 
 template <method M, typename T, layout L>
 void kurtosis(sycl::queue& queue, sycl::buffer<T, 1> mean,
               const dataset<L, sycl::buffer<T, 1>>& data, sycl::buffer<T, 1> kurtosis) {
-  detail::buffer_entry<detail::kurtosis_row, M>(queue, mean, data, kurtosis);
+  detail::buffer_entry<detail::kurtosis_statistic, M>(queue, mean, data, kurtosis);
 }
 
 #define TESSEL_STATS_PLAIN(M, T, L)                                                    \

@@ -7,12 +7,13 @@ namespace vorlex::orv::stats {
 template <method M, typename T, layout L>
 sycl::event max(sycl::queue& queue, const dataset<L, T*>& data, T* max,
                 const std::vector<sycl::event>& dependencies) {
-  return detail::usm_entry<detail::max_row, M>(queue, detail::no_mean{}, data, dependencies, max);
+  return detail::usm_entry<detail::max_statistic, M>(queue, detail::no_mean{}, data, dependencies,
+                                                     max);
 }
 
 template <method M, typename T, layout L>
 void max(sycl::queue& queue, const dataset<L, sycl::buffer<T, 1>>& data, sycl::buffer<T, 1> max) {
-  detail::buffer_entry<detail::max_row, M>(queue, detail::no_mean{}, data, max);
+  detail::buffer_entry<detail::max_statistic, M>(queue, detail::no_mean{}, data, max);
 }
 
 #define TESSEL_STATS_PLAIN(M, T, L)                                               \

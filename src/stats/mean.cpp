@@ -7,12 +7,13 @@ namespace vorlex::orv::stats {
 template <method M, typename T, layout L>
 sycl::event mean(sycl::queue& queue, const dataset<L, T*>& data, T* mean,
                  const std::vector<sycl::event>& dependencies) {
-  return detail::usm_entry<detail::mean_row, M>(queue, detail::no_mean{}, data, dependencies, mean);
+  return detail::usm_entry<detail::mean_statistic, M>(queue, detail::no_mean{}, data, dependencies,
+                                                      mean);
 }
 
 template <method M, typename T, layout L>
 void mean(sycl::queue& queue, const dataset<L, sycl::buffer<T, 1>>& data, sycl::buffer<T, 1> mean) {
-  detail::buffer_entry<detail::mean_row, M>(queue, detail::no_mean{}, data, mean);
+  detail::buffer_entry<detail::mean_statistic, M>(queue, detail::no_mean{}, data, mean);
 }
 
 #define TESSEL_STATS_PLAIN(M, T, L)                                                \

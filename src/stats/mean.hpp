@@ -2,11 +2,11 @@
 #pragma once
 
 #include "stats/entry_frame.hpp"
-#include "stats/row.hpp"
+#include "stats/statistic.hpp"
 
 namespace vorlex::orv::stats::detail {
 
-struct mean_row {
+struct mean_statistic {
   static constexpr const char* name = "mean";
   static constexpr output_rule outputs = output_rule::each_required;
   static constexpr absent_texts absent[] = {{"mean is nullptr", "mean array length is 0"}};

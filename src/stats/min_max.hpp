@@ -2,11 +2,11 @@
 #pragma once
 
 #include "stats/entry_frame.hpp"
-#include "stats/row.hpp"
+#include "stats/statistic.hpp"
 
 namespace vorlex::orv::stats::detail {
 
-struct min_max_row {
+struct min_max_statistic {
   static constexpr const char* name = "min_max";
   static constexpr output_rule outputs = output_rule::each_required;
   static constexpr absent_texts absent[] = {{"min is nullptr", "min array length is 0"},
@@ -14,7 +14,7 @@ struct min_max_row {
   static constexpr gpu_engine engine = gpu_engine::extremes;
   using cpu_frame = cpu::min_max_frame;
   template <typename T, bool Usm>
-  using gpu_functor = gpu::min_max_func_fast<T, Usm>;
+  using gpu_functor = gpu::min_max_func<T, Usm>;
 };
 
 }  // namespace vorlex::orv::stats::detail

@@ -8,16 +8,16 @@ template <method M, typename T, layout L>
 sycl::event raw_moment(sycl::queue& queue, const dataset<L, T*>& data, T* mean, T* raw_moment2,
                        T* raw_moment3, T* raw_moment4,
                        const std::vector<sycl::event>& dependencies) {
-  return detail::usm_entry<detail::raw_moment_row, M>(queue, detail::no_mean{}, data, dependencies,
-                                                      mean, raw_moment2, raw_moment3, raw_moment4);
+  return detail::usm_entry<detail::raw_moment_statistic, M>(
+      queue, detail::no_mean{}, data, dependencies, mean, raw_moment2, raw_moment3, raw_moment4);
 }
 
 template <method M, typename T, layout L>
 void raw_moment(sycl::queue& queue, const dataset<L, sycl::buffer<T, 1>>& data,
                 sycl::buffer<T, 1> mean, sycl::buffer<T, 1> raw_moment2,
                 sycl::buffer<T, 1> raw_moment3, sycl::buffer<T, 1> raw_moment4) {
-  detail::buffer_entry<detail::raw_moment_row, M>(queue, detail::no_mean{}, data, mean, raw_moment2,
-                                                  raw_moment3, raw_moment4);
+  detail::buffer_entry<detail::raw_moment_statistic, M>(queue, detail::no_mean{}, data, mean,
+                                                        raw_moment2, raw_moment3, raw_moment4);
 }
 
 #define TESSEL_STATS_PLAIN(M, T, L)                                                             \

@@ -2,11 +2,11 @@
 #pragma once
 
 #include "stats/entry_frame.hpp"
-#include "stats/row.hpp"
+#include "stats/statistic.hpp"
 
 namespace vorlex::orv::stats::detail {
 
-struct raw_moment_row {
+struct raw_moment_statistic {
   static constexpr const char* name = "raw_moment";
   static constexpr output_rule outputs = output_rule::later_optional;
   static constexpr absent_texts absent[] = {
@@ -14,7 +14,7 @@ struct raw_moment_row {
   static constexpr gpu_engine engine = gpu_engine::moments;
   using cpu_frame = cpu::raw_moment_frame;
   template <typename T, bool Usm>
-  using gpu_functor = gpu::raw_moment_func_fast<T, Usm>;
+  using gpu_functor = gpu::raw_moment_func<T, Usm>;
 };
 
 }  // namespace vorlex::orv::stats::detail

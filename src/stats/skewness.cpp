@@ -7,26 +7,27 @@ namespace vorlex::orv::stats {
 template <method M, typename T, layout L>
 sycl::event skewness(sycl::queue& queue, const dataset<L, T*>& data, T* skewness,
                      const std::vector<sycl::event>& dependencies) {
-  return detail::usm_entry<detail::skewness_row, M>(queue, detail::no_mean{}, data, dependencies,
-                                                    skewness);
+  return detail::usm_entry<detail::skewness_statistic, M>(queue, detail::no_mean{}, data,
+                                                          dependencies, skewness);
 }
 
 template <method M, typename T, layout L>
 void skewness(sycl::queue& queue, const dataset<L, sycl::buffer<T, 1>>& data,
               sycl::buffer<T, 1> skewness) {
-  detail::buffer_entry<detail::skewness_row, M>(queue, detail::no_mean{}, data, skewness);
+  detail::buffer_entry<detail::skewness_statistic, M>(queue, detail::no_mean{}, data, skewness);
 }
 
 template <method M, typename T, layout L>
 sycl::event skewness(sycl::queue& queue, T* mean, const dataset<L, T*>& data, T* skewness,
                      const std::vector<sycl::event>& dependencies) {
-  return detail::usm_entry<detail::skewness_row, M>(queue, mean, data, dependencies, skewness);
+  return detail::usm_entry<detail::skewness_statistic, M>(queue, mean, data, dependencies,
+                                                          skewness);
 }
 
 template <method M, typename T, layout L>
 void skewness(sycl::queue& queue, sycl::buffer<T, 1> mean,
               const dataset<L, sycl::buffer<T, 1>>& data, sycl::buffer<T, 1> skewness) {
-  detail::buffer_entry<detail::skewness_row, M>(queue, mean, data, skewness);
+  detail::buffer_entry<detail::skewness_statistic, M>(queue, mean, data, skewness);
 }
 
 #define TESSEL_STATS_PLAIN(M, T, L)                                                    \

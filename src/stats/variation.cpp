@@ -7,26 +7,27 @@ namespace vorlex::orv::stats {
 template <method M, typename T, layout L>
 sycl::event variation(sycl::queue& queue, const dataset<L, T*>& data, T* variation,
                       const std::vector<sycl::event>& dependencies) {
-  return detail::usm_entry<detail::variation_row, M>(queue, detail::no_mean{}, data, dependencies,
-                                                     variation);
+  return detail::usm_entry<detail::variation_statistic, M>(queue, detail::no_mean{}, data,
+                                                           dependencies, variation);
 }
 
 template <method M, typename T, layout L>
 void variation(sycl::queue& queue, const dataset<L, sycl::buffer<T, 1>>& data,
                sycl::buffer<T, 1> variation) {
-  detail::buffer_entry<detail::variation_row, M>(queue, detail::no_mean{}, data, variation);
+  detail::buffer_entry<detail::variation_statistic, M>(queue, detail::no_mean{}, data, variation);
 }
 
 template <method M, typename T, layout L>
 sycl::event variation(sycl::queue& queue, T* mean, const dataset<L, T*>& data, T* variation,
                       const std::vector<sycl::event>& dependencies) {
-  return detail::usm_entry<detail::variation_row, M>(queue, mean, data, dependencies, variation);
+  return detail::usm_entry<detail::variation_statistic, M>(queue, mean, data, dependencies,
+                                                           variation);
 }
 
 template <method M, typename T, layout L>
 void variation(sycl::queue& queue, sycl::buffer<T, 1> mean,
                const dataset<L, sycl::buffer<T, 1>>& data, sycl::buffer<T, 1> variation) {
-  detail::buffer_entry<detail::variation_row, M>(queue, mean, data, variation);
+  detail::buffer_entry<detail::variation_statistic, M>(queue, mean, data, variation);
 }
 
 #define TESSEL_STATS_PLAIN(M, T, L)                                                     \

@@ -2,11 +2,11 @@
 #pragma once
 
 #include "stats/entry_frame.hpp"
-#include "stats/row.hpp"
+#include "stats/statistic.hpp"
 
 namespace vorlex::orv::stats::detail {
 
-struct variation_row {
+struct variation_statistic {
   static constexpr const char* name = "variation";
   static constexpr output_rule outputs = output_rule::each_required;
   static constexpr absent_texts absent[] = {
@@ -14,9 +14,9 @@ struct variation_row {
   static constexpr gpu_engine engine = gpu_engine::moments;
   using cpu_frame = cpu::variation_frame;
   template <typename T, bool Usm>
-  using gpu_functor = gpu::variation_func_fast<T, Usm>;
+  using gpu_functor = gpu::variation_func<T, Usm, false>;
   template <typename T, bool Usm>
-  using gpu_functor_user_mean = gpu::variation_func_user_mean<T, Usm>;
+  using gpu_functor_user_mean = gpu::variation_func<T, Usm, true>;
 };
 
 }  // namespace vorlex::orv::stats::detail

@@ -9,11 +9,6 @@ sycl::queue& cpu_queue() {
   return queue;
 }
 
-sycl::queue& gpu_queue() {
-  static sycl::queue queue{sycl::gpu_selector_v};
-  return queue;
-}
-
 template <typename T>
 problem<T> make_problem(const problem_shape& shape, st::layout layout) {
   problem<T> p;

@@ -16,7 +16,6 @@
 namespace tessel::test {
 
 sycl::queue& cpu_queue();
-sycl::queue& gpu_queue();
 
 // n_dims dimensions of n_obs skewed observations (exponential variates): dimension d is
 // offset[d] + scale[d] * e, so its mean is offset + scale and its spread scale. Weights are

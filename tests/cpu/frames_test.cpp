@@ -29,7 +29,6 @@ using tessel::test::pointer_names;
 using tessel::test::recorded_test;
 using tessel::test::recording;
 using tessel::test::usm_event;
-using fast = std::integral_constant<st::method, st::method::fast>;
 constexpr auto row = st::layout::row_major;
 constexpr auto col = st::layout::col_major;
 constexpr st::method fast_method = st::method::fast;
@@ -51,7 +50,7 @@ struct frame_run {
 
 template <typename T>
 class CpuFrames : public recorded_test {
- protected:
+ public:
   using buffer = sycl::buffer<T, 1>;
   static constexpr char letter = std::is_same_v<T, float> ? 's' : 'd';
 
@@ -65,10 +64,14 @@ class CpuFrames : public recorded_test {
   std::array<std::vector<T>, 4> out{std::vector<T>(n_dims), std::vector<T>(n_dims),
                                     std::vector<T>(n_dims), std::vector<T>(n_dims)};
 
+  // Whether the calls of usm() and buf() give the task weights and indices.
+  bool weights = false;
+  bool indices = false;
+
   T* o(std::size_t k) { return out[k].data(); }
 
   template <st::layout L = row>
-  st::dataset<L, T*> usm_data(bool weights = false, bool indices = false) {
+  st::dataset<L, T*> usm_data() {
     return st::dataset<L, T*>(n_dims, n_obs, x.data(), weights ? w.data() : nullptr,
                               indices ? idx.data() : nullptr);
   }
@@ -83,10 +86,20 @@ class CpuFrames : public recorded_test {
   buffer out_buffer(std::size_t k, bool given = true) { return given ? over(out[k]) : empty(); }
 
   template <st::layout L = row>
-  st::dataset<L, buffer> buffer_data(bool weights = false, bool indices = false) {
+  st::dataset<L, buffer> buffer_data() {
     return st::dataset<L, buffer>(
         n_dims, n_obs, over(x), weights ? over(w) : empty(),
         indices ? over(idx) : sycl::buffer<std::int64_t, 1>(sycl::range<1>(0)));
+  }
+
+  // A frame's USM and buffer forms over the fixture's dataset.
+  template <typename Frame, st::method M = fast_method, st::layout L = row, typename... Out>
+  void usm(T* user_mean, Out... outputs) {
+    Frame::template usm<M, T, L>(cpu_queue(), user_mean, usm_data<L>(), {}, outputs...);
+  }
+  template <typename Frame, st::method M = fast_method, st::layout L = row, typename... Out>
+  void buf(const buffer* user_mean, Out... outputs) {
+    Frame::template buffer<M, T, L>(cpu_queue(), user_mean, buffer_data<L>(), outputs...);
   }
 
   // Runs a frame to its end and describes what it asked of the estimator; USM scratch is
@@ -140,289 +153,241 @@ class CpuFrames : public recorded_test {
 using element_types = ::testing::Types<float, double>;
 TYPED_TEST_SUITE(CpuFrames, element_types);
 
-TYPED_TEST(CpuFrames, UsmFormsWithoutScratch) {
-  using T = TypeParam;
-  auto& f = *this;
-  const auto mean_call = [&](auto method) {
-    return f.run([&] {
-      cpu::mean_frame::usm<decltype(method)::value, T, row>(cpu_queue(), nullptr, f.usm_data(), {},
-                                                            f.o(0));
-    });
-  };
-  const auto mean_expected = f.task({"EditTask(7, out0)", "Basic(0x1, 1)"});
-  EXPECT_EQ(mean_call(fast{}).calls, mean_expected);
-  // method::estimator tells the estimator 1 as well.
-  EXPECT_EQ(mean_call(std::integral_constant<st::method, estimator>{}).calls, mean_expected);
+// One row per call: what it asks of the estimator (the whole task, creation to deletion) and
+// how many USM scratch blocks it takes and gives back in order (buffer forms take none).
+template <typename T>
+struct frame_case {
+  const char* what;
+  std::function<void(CpuFrames<T>&)> call;
+  std::vector<std::string> calls;
+  std::size_t scratch_blocks = 0;
+  std::string inputs = "x, -, -";
+  std::string storage = "0x10000";
+};
 
-  EXPECT_EQ(f.run([&] {
-               cpu::min_frame::usm<fast_method, T, row>(cpu_queue(), nullptr, f.usm_data(), {},
-                                                        f.o(0));
-             }).calls,
-            f.task({"EditTask(16, out0)", "Minmax(0x400, 1)"}));
-  EXPECT_EQ(f.run([&] {
-               cpu::max_frame::usm<fast_method, T, row>(cpu_queue(), nullptr, f.usm_data(), {},
-                                                        f.o(0));
-             }).calls,
-            f.task({"EditTask(17, out0)", "Minmax(0x800, 1)"}));
-  // Both extremes: two edits and one computation.
-  EXPECT_EQ(f.run([&] {
-               cpu::min_max_frame::usm<fast_method, T, row>(cpu_queue(), nullptr, f.usm_data(), {},
-                                                            f.o(0), f.o(1));
-             }).calls,
-            f.task({"EditTask(16, out0)", "EditTask(17, out1)", "Minmax(0xc00, 1)"}));
-
-  // A null first sum with a later one given: the first sum's bit stays in the mask.
-  const frame_run raw_sum = f.run([&] {
-    cpu::raw_sum_frame::usm<fast_method, T, row>(cpu_queue(), nullptr, f.usm_data(), {}, nullptr,
-                                                 f.o(1), nullptr, nullptr);
-  });
-  EXPECT_EQ(raw_sum.calls, f.task({"EditSums(-, out1, -, -, -, -, -)", "Basic(0x6000000, 1)"}));
-  EXPECT_TRUE(raw_sum.usm.empty());
-  EXPECT_EQ(f.run([&] {
-               cpu::raw_moment_frame::usm<fast_method, T, row>(
-                   cpu_queue(), nullptr, f.usm_data(), {}, f.o(0), nullptr, f.o(2), nullptr);
-             }).calls,
-            f.task({"EditMoments(out0, -, out2, -, -, -, -)", "Basic(0x5, 1)"}));
-
-  // The caller's mean is input: it goes where the scratch mean would go.
-  const frame_run central_sum = f.run([&] {
-    cpu::central_sum_frame::usm<fast_method, T, row>(cpu_queue(), f.mean.data(), f.usm_data(), {},
-                                                     f.o(0), nullptr, f.o(2));
-  });
-  EXPECT_EQ(central_sum.calls, f.task({"EditTask(7, mean)", "EditSums(-, -, -, -, out0, -, out2)",
-                                       "Basic(0xa0000000, 256)"}));
-  EXPECT_TRUE(central_sum.usm.empty());
-}
-
-TYPED_TEST(CpuFrames, UsmCentralSums) {
-  using T = TypeParam;
-  auto& f = *this;
-  const auto fast_call = [&](bool third, bool fourth) {
-    return f.run([&] {
-      cpu::central_sum_frame::usm<fast_method, T, row>(cpu_queue(), nullptr, f.usm_data(), {},
-                                                       f.o(0), third ? f.o(1) : nullptr,
-                                                       fourth ? f.o(2) : nullptr);
-    });
-  };
-  // method::fast: the mean and raw moments as scratch, r3 and r4 only for wanted sums, and the
-  // estimator's method 2.
-  frame_run r = fast_call(true, false);
-  EXPECT_EQ(r.calls, f.task({"EditMoments(s1, s2, s3, -, -, -, -)",
-                             "EditSums(-, -, -, -, out0, out1, -)", "Basic(0x60000000, 2)"}));
-  f.expect_scratch(r, 3);
-  r = fast_call(false, true);
-  EXPECT_EQ(r.calls, f.task({"EditMoments(s1, s2, -, s3, -, -, -)",
-                             "EditSums(-, -, -, -, out0, -, out2)", "Basic(0xa0000000, 2)"}));
-  f.expect_scratch(r, 3);
-  r = fast_call(false, false);
-  EXPECT_EQ(r.calls, f.task({"EditMoments(s1, s2, -, -, -, -, -)",
-                             "EditSums(-, -, -, -, out0, -, -)", "Basic(0x20000000, 2)"}));
-  f.expect_scratch(r, 2);
-
-  // method::estimator: the mean alone, by a field edit.
-  r = f.run([&] {
-    cpu::central_sum_frame::usm<estimator, T, row>(cpu_queue(), nullptr, f.usm_data(), {}, f.o(0),
-                                                   nullptr, f.o(2));
-  });
-  EXPECT_EQ(r.calls, f.task({"EditTask(7, s1)", "EditSums(-, -, -, -, out0, -, out2)",
-                             "Basic(0xa0000000, 2)"}));
-  f.expect_scratch(r, 1);
-}
-
-TYPED_TEST(CpuFrames, UsmCentralMoments) {
-  using T = TypeParam;
-  auto& f = *this;
-  frame_run r = f.run([&] {
-    cpu::central_moment_frame::usm<fast_method, T, row>(cpu_queue(), nullptr, f.usm_data(), {},
-                                                        f.o(0), nullptr, f.o(2));
-  });
-  // The fourth moment alone: raw3 was not allocated, and goes as null.
-  EXPECT_EQ(r.calls, f.task({"EditMoments(s1, s2, -, s3, out0, -, out2)", "Basic(0x50, 1)"}));
-  f.expect_scratch(r, 3);
-  r = f.run([&] {
-    cpu::central_moment_frame::usm<estimator, T, row>(cpu_queue(), nullptr, f.usm_data(), {},
-                                                      f.o(0), f.o(1), f.o(2));
-  });
-  EXPECT_EQ(r.calls, f.task({"EditMoments(s1, s2, s3, s4, out0, out1, out2)", "Basic(0x70, 2)"}));
-  f.expect_scratch(r, 4);
-  r = f.run([&] {
-    cpu::central_moment_frame::usm<fast_method, T, row>(cpu_queue(), f.mean.data(), f.usm_data(),
-                                                        {}, f.o(0), f.o(1), nullptr);
-  });
-  EXPECT_EQ(r.calls, f.task({"EditMoments(mean, s1, s2, -, out0, out1, -)", "Basic(0x30, 256)"}));
-  f.expect_scratch(r, 2);
-}
-
-TYPED_TEST(CpuFrames, UsmDerivedStatistics) {
-  using T = TypeParam;
-  auto& f = *this;
-  struct expectation {
-    const char* statistic;
-    std::function<void(T* user_mean)> frame;
-    std::vector<std::string> plain;
-    std::size_t plain_blocks;
-    std::vector<std::string> with_mean;
-  };
-  const std::vector<expectation> cases = {
+template <typename T>
+std::vector<frame_case<T>> frame_cases() {
+  using F = CpuFrames<T>;
+  const std::vector<std::string> mean_calls = {"EditTask(7, out0)", "Basic(0x1, 1)"};
+  const std::vector<std::string> min_max_calls = {"EditTask(16, out0)", "EditTask(17, out1)",
+                                                  "Minmax(0xc00, 1)"};
+  return {
+      // The method of the plain statistics changes nothing: the estimator is told 1.
+      {"mean", [](F& f) { f.template usm<cpu::mean_frame>(nullptr, f.o(0)); }, mean_calls},
+      {"mean, estimator method",
+       [](F& f) { f.template usm<cpu::mean_frame, estimator>(nullptr, f.o(0)); }, mean_calls},
+      {"min",
+       [](F& f) { f.template usm<cpu::min_frame>(nullptr, f.o(0)); },
+       {"EditTask(16, out0)", "Minmax(0x400, 1)"}},
+      {"max",
+       [](F& f) { f.template usm<cpu::max_frame>(nullptr, f.o(0)); },
+       {"EditTask(17, out0)", "Minmax(0x800, 1)"}},
+      // Both extremes: two edits and one computation.
+      {"min_max", [](F& f) { f.template usm<cpu::min_max_frame>(nullptr, f.o(0), f.o(1)); },
+       min_max_calls},
+      // A null first sum with a later one given: the first sum's bit stays in the mask.
+      {"raw_sum, null first",
+       [](F& f) { f.template usm<cpu::raw_sum_frame>(nullptr, nullptr, f.o(1), nullptr, nullptr); },
+       {"EditSums(-, out1, -, -, -, -, -)", "Basic(0x6000000, 1)"}},
+      {"raw_moment, 2 and 4 left out",
+       [](F& f) {
+         f.template usm<cpu::raw_moment_frame>(nullptr, f.o(0), nullptr, f.o(2), nullptr);
+       },
+       {"EditMoments(out0, -, out2, -, -, -, -)", "Basic(0x5, 1)"}},
+      // The caller's mean is input: it goes where the scratch mean would go.
+      {"central_sum, user mean",
+       [](F& f) { f.template usm<cpu::central_sum_frame>(f.mean.data(), f.o(0), nullptr, f.o(2)); },
+       {"EditTask(7, mean)", "EditSums(-, -, -, -, out0, -, out2)", "Basic(0xa0000000, 256)"}},
+      // method::fast: the mean and raw moments as scratch, r3 and r4 only for wanted sums, and
+      // the estimator's method 2.
+      {"central_sum, third",
+       [](F& f) { f.template usm<cpu::central_sum_frame>(nullptr, f.o(0), f.o(1), nullptr); },
+       {"EditMoments(s1, s2, s3, -, -, -, -)", "EditSums(-, -, -, -, out0, out1, -)",
+        "Basic(0x60000000, 2)"},
+       3},
+      {"central_sum, fourth",
+       [](F& f) { f.template usm<cpu::central_sum_frame>(nullptr, f.o(0), nullptr, f.o(2)); },
+       {"EditMoments(s1, s2, -, s3, -, -, -)", "EditSums(-, -, -, -, out0, -, out2)",
+        "Basic(0xa0000000, 2)"},
+       3},
+      {"central_sum, second only",
+       [](F& f) { f.template usm<cpu::central_sum_frame>(nullptr, f.o(0), nullptr, nullptr); },
+       {"EditMoments(s1, s2, -, -, -, -, -)", "EditSums(-, -, -, -, out0, -, -)",
+        "Basic(0x20000000, 2)"},
+       2},
+      // method::estimator: the mean alone, by a field edit.
+      {"central_sum, estimator method",
+       [](F& f) {
+         f.template usm<cpu::central_sum_frame, estimator>(nullptr, f.o(0), nullptr, f.o(2));
+       },
+       {"EditTask(7, s1)", "EditSums(-, -, -, -, out0, -, out2)", "Basic(0xa0000000, 2)"},
+       1},
+      // The fourth moment alone: raw3 was not allocated, and goes as null.
+      {"central_moment, fourth",
+       [](F& f) { f.template usm<cpu::central_moment_frame>(nullptr, f.o(0), nullptr, f.o(2)); },
+       {"EditMoments(s1, s2, -, s3, out0, -, out2)", "Basic(0x50, 1)"},
+       3},
+      {"central_moment, estimator method",
+       [](F& f) {
+         f.template usm<cpu::central_moment_frame, estimator>(nullptr, f.o(0), f.o(1), f.o(2));
+       },
+       {"EditMoments(s1, s2, s3, s4, out0, out1, out2)", "Basic(0x70, 2)"},
+       4},
+      {"central_moment, user mean",
+       [](F& f) {
+         f.template usm<cpu::central_moment_frame>(f.mean.data(), f.o(0), f.o(1), nullptr);
+       },
+       {"EditMoments(mean, s1, s2, -, out0, out1, -)", "Basic(0x30, 256)"},
+       2},
       {"kurtosis",
-       [&](T* m) {
-         cpu::kurtosis_frame::usm<fast_method, T, row>(cpu_queue(), m, f.usm_data(), {}, f.o(0));
-       },
+       [](F& f) { f.template usm<cpu::kurtosis_frame>(nullptr, f.o(0)); },
        {"EditMoments(s1, s2, s3, s4, s5, -, s6)", "EditTask(14, out0)", "Basic(0x80, 1)"},
-       6,
-       {"EditMoments(mean, s1, s2, s3, s4, -, s5)", "EditTask(14, out0)", "Basic(0x80, 256)"}},
+       6},
+      {"kurtosis, estimator method",
+       [](F& f) { f.template usm<cpu::kurtosis_frame, estimator>(nullptr, f.o(0)); },
+       {"EditMoments(s1, s2, s3, s4, s5, -, s6)", "EditTask(14, out0)", "Basic(0x80, 1)"},
+       6},
+      {"kurtosis, user mean",
+       [](F& f) { f.template usm<cpu::kurtosis_frame>(f.mean.data(), f.o(0)); },
+       {"EditMoments(mean, s1, s2, s3, s4, -, s5)", "EditTask(14, out0)", "Basic(0x80, 256)"},
+       5},
       {"skewness",
-       [&](T* m) {
-         cpu::skewness_frame::usm<fast_method, T, row>(cpu_queue(), m, f.usm_data(), {}, f.o(0));
-       },
+       [](F& f) { f.template usm<cpu::skewness_frame>(nullptr, f.o(0)); },
        {"EditMoments(s1, s2, s3, -, s4, s5, -)", "EditTask(15, out0)", "Basic(0x100, 1)"},
-       5,
-       {"EditMoments(mean, s1, s2, -, s3, s4, -)", "EditTask(15, out0)", "Basic(0x100, 256)"}},
+       5},
+      {"skewness, user mean",
+       [](F& f) { f.template usm<cpu::skewness_frame>(f.mean.data(), f.o(0)); },
+       {"EditMoments(mean, s1, s2, -, s3, s4, -)", "EditTask(15, out0)", "Basic(0x100, 256)"},
+       4},
       {"variation",
-       [&](T* m) {
-         cpu::variation_frame::usm<fast_method, T, row>(cpu_queue(), m, f.usm_data(), {}, f.o(0));
-       },
+       [](F& f) { f.template usm<cpu::variation_frame>(nullptr, f.o(0)); },
        {"EditMoments(s1, s2, -, -, s3, -, -)", "EditTask(18, out0)", "Basic(0x200, 1)"},
-       3,
-       {"EditMoments(mean, s1, -, -, s2, -, -)", "EditTask(18, out0)", "Basic(0x200, 256)"}},
+       3},
+      {"variation, user mean",
+       [](F& f) { f.template usm<cpu::variation_frame>(f.mean.data(), f.o(0)); },
+       {"EditMoments(mean, s1, -, -, s2, -, -)", "EditTask(18, out0)", "Basic(0x200, 256)"},
+       2},
+      // Weights and indices go to the task's creation, as they stand, in both forms.
+      {"USM weights",
+       [](F& f) {
+         f.weights = true;
+         f.template usm<cpu::min_max_frame>(nullptr, f.o(0), f.o(1));
+       },
+       min_max_calls, 0, "x, w, -"},
+      {"USM indices",
+       [](F& f) {
+         f.indices = true;
+         f.template usm<cpu::min_max_frame>(nullptr, f.o(0), f.o(1));
+       },
+       min_max_calls, 0, "x, -, idx"},
+      {"buffer weights and indices",
+       [](F& f) {
+         f.weights = f.indices = true;
+         f.template buf<cpu::min_max_frame>(nullptr, f.out_buffer(0), f.out_buffer(1));
+       },
+       min_max_calls, 0, "x, w, idx"},
+      {"USM col_major",
+       [](F& f) { f.template usm<cpu::mean_frame, fast_method, col>(nullptr, f.o(0)); }, mean_calls,
+       0, "x, -, -", "0x20000"},
+      {"buffer col_major",
+       [](F& f) {
+         f.indices = true;
+         f.template buf<cpu::mean_frame, fast_method, col>(nullptr, f.out_buffer(0));
+       },
+       mean_calls, 0, "x, -, idx", "0x20000"},
+      // Buffer forms: an output of no elements is withheld; a withheld optional output sits on a
+      // dummy that never reaches the estimator, or, where the estimator must be given an array,
+      // reaches it with its bit clear.
+      {"buffer raw_sum",
+       [](F& f) {
+         f.template buf<cpu::raw_sum_frame>(nullptr, f.out_buffer(0), f.out_buffer(1), f.empty(),
+                                            f.empty());
+       },
+       {"EditSums(out0, out1, -, -, -, -, -)", "Basic(0x6000000, 1)"}},
+      // A first sum of no elements: its bit stays, and the estimator is told it has no array.
+      {"buffer raw_sum, empty first",
+       [](F& f) {
+         f.template buf<cpu::raw_sum_frame>(nullptr, f.empty(), f.out_buffer(1), f.empty(),
+                                            f.empty());
+       },
+       {"EditSums(-, out1, -, -, -, -, -)", "Basic(0x6000000, 1)"}},
+      {"buffer raw_moment",
+       [](F& f) {
+         f.template buf<cpu::raw_moment_frame>(nullptr, f.out_buffer(0), f.out_buffer(1), f.empty(),
+                                               f.empty());
+       },
+       {"EditMoments(out0, out1, -, -, -, -, -)", "Basic(0x3, 1)"}},
+      // The fourth central moment only: raw3 and raw4 are real arrays, central3 is withheld.
+      {"buffer central_moment, fourth",
+       [](F& f) {
+         f.template buf<cpu::central_moment_frame>(nullptr, f.out_buffer(0), f.empty(),
+                                                   f.out_buffer(2));
+       },
+       {"EditMoments(#1, #2, #3, #4, out0, -, out2)", "Basic(0x50, 1)"}},
+      {"buffer central_moment, estimator method",
+       [](F& f) {
+         f.template buf<cpu::central_moment_frame, estimator>(nullptr, f.out_buffer(0),
+                                                              f.out_buffer(1), f.empty());
+       },
+       {"EditMoments(#1, #2, #3, -, out0, out1, -)", "Basic(0x30, 2)"}},
+      {"buffer central_moment, user mean",
+       [](F& f) {
+         auto mean = f.over(f.mean);
+         f.template buf<cpu::central_moment_frame>(&mean, f.out_buffer(0), f.out_buffer(1),
+                                                   f.out_buffer(2));
+       },
+       {"EditMoments(mean, #1, #2, #3, out0, out1, out2)", "Basic(0x70, 256)"}},
+      {"buffer kurtosis, user mean",
+       [](F& f) {
+         auto mean = f.over(f.mean);
+         f.template buf<cpu::kurtosis_frame>(&mean, f.out_buffer(0));
+       },
+       {"EditMoments(mean, #1, #2, #3, #4, -, #5)", "EditTask(14, out0)", "Basic(0x80, 256)"}},
+      // The fourth sum only: the third sum's pointer is the dummy's, with its bit clear; method 1.
+      {"buffer central_sum, fourth",
+       [](F& f) {
+         f.template buf<cpu::central_sum_frame>(nullptr, f.out_buffer(0), f.empty(),
+                                                f.out_buffer(2));
+       },
+       {"EditMoments(#1, #2, #3, #4, -, -, -)", "EditSums(-, -, -, -, out0, #5, out2)",
+        "Basic(0xa0000000, 1)"}},
+      {"buffer central_sum, all",
+       [](F& f) {
+         f.template buf<cpu::central_sum_frame>(nullptr, f.out_buffer(0), f.out_buffer(1),
+                                                f.out_buffer(2));
+       },
+       {"EditMoments(#1, #2, #3, #4, -, -, -)", "EditSums(-, -, -, -, out0, out1, out2)",
+        "Basic(0xe0000000, 1)"}},
+      {"buffer central_sum, second only",
+       [](F& f) {
+         f.template buf<cpu::central_sum_frame>(nullptr, f.out_buffer(0), f.empty(), f.empty());
+       },
+       {"EditMoments(#1, #2, -, -, -, -, -)", "EditSums(-, -, -, -, out0, -, -)",
+        "Basic(0x20000000, 1)"}},
+      {"buffer central_sum, estimator method",
+       [](F& f) {
+         f.template buf<cpu::central_sum_frame, estimator>(nullptr, f.out_buffer(0), f.empty(),
+                                                           f.out_buffer(2));
+       },
+       {"EditTask(7, #1)", "EditSums(-, -, -, -, out0, #2, out2)", "Basic(0xa0000000, 2)"}},
+      {"buffer central_sum, user mean",
+       [](F& f) {
+         auto mean = f.over(f.mean);
+         f.template buf<cpu::central_sum_frame>(&mean, f.out_buffer(0), f.empty(), f.empty());
+       },
+       {"EditTask(7, mean)", "EditSums(-, -, -, -, out0, -, -)", "Basic(0x20000000, 256)"}},
   };
-  for (const expectation& c : cases) {
-    SCOPED_TRACE(c.statistic);
-    frame_run r = f.run([&] { c.frame(nullptr); });
-    EXPECT_EQ(r.calls, f.task(c.plain));
-    f.expect_scratch(r, c.plain_blocks);
-    r = f.run([&] { c.frame(f.mean.data()); });
-    EXPECT_EQ(r.calls, f.task(c.with_mean));
-    f.expect_scratch(r, c.plain_blocks - 1);
+}
+
+TYPED_TEST(CpuFrames, EstimatorCallsAndScratch) {
+  using T = TypeParam;
+  for (const frame_case<T>& c : frame_cases<T>()) {
+    SCOPED_TRACE(c.what);
+    this->weights = this->indices = false;
+    const frame_run r = this->run([&] { c.call(*this); });
+    EXPECT_EQ(r.calls, this->task(c.calls, c.inputs, c.storage));
+    this->expect_scratch(r, c.scratch_blocks);
   }
-  // method::estimator is the same code: the estimator is told 1.
-  const frame_run r = f.run([&] {
-    cpu::kurtosis_frame::usm<estimator, T, row>(cpu_queue(), nullptr, f.usm_data(), {}, f.o(0));
-  });
-  EXPECT_EQ(r.calls.at(3), "Basic(0x80, 1)");
-}
-
-TYPED_TEST(CpuFrames, TaskInputsAndStorageWord) {
-  using T = TypeParam;
-  auto& f = *this;
-  // Weights and indices go to the task's creation, as they stand, in both forms.
-  const std::pair<bool, bool> inputs[] = {
-      {true, true}, {true, false}, {false, true}, {false, false}};
-  for (const auto& input : inputs) {
-    const bool weights = input.first, indices = input.second;
-    SCOPED_TRACE(std::to_string(weights) + std::to_string(indices));
-    const std::string expected =
-        std::string("x, ") + (weights ? "w" : "-") + ", " + (indices ? "idx" : "-");
-    const auto expected_calls =
-        f.task({"EditTask(16, out0)", "EditTask(17, out1)", "Minmax(0xc00, 1)"}, expected);
-    EXPECT_EQ(f.run([&] {
-                 cpu::min_max_frame::usm<fast_method, T, row>(
-                     cpu_queue(), nullptr, f.usm_data(weights, indices), {}, f.o(0), f.o(1));
-               }).calls,
-              expected_calls);
-    EXPECT_EQ(f.run([&] {
-                 cpu::min_max_frame::buffer<fast_method, T, row>(cpu_queue(), nullptr,
-                                                                 f.buffer_data(weights, indices),
-                                                                 f.out_buffer(0), f.out_buffer(1));
-               }).calls,
-              expected_calls);
-  }
-  EXPECT_EQ(f.run([&] {
-               cpu::mean_frame::usm<fast_method, T, col>(cpu_queue(), nullptr,
-                                                         f.template usm_data<col>(), {}, f.o(0));
-             }).calls,
-            f.task({"EditTask(7, out0)", "Basic(0x1, 1)"}, "x, -, -", "0x20000"));
-  EXPECT_EQ(f.run([&] {
-               cpu::mean_frame::buffer<fast_method, T, col>(
-                   cpu_queue(), nullptr, f.template buffer_data<col>(false, true), f.out_buffer(0));
-             }).calls,
-            f.task({"EditTask(7, out0)", "Basic(0x1, 1)"}, "x, -, idx", "0x20000"));
-}
-
-TYPED_TEST(CpuFrames, BufferFormsUseDummiesAndFlags) {
-  using T = TypeParam;
-  auto& f = *this;
-  EXPECT_EQ(f.run([&] {
-               cpu::raw_sum_frame::buffer<fast_method, T, row>(
-                   cpu_queue(), nullptr, f.buffer_data(), f.out_buffer(0), f.out_buffer(1),
-                   f.empty(), f.empty());
-             }).calls,
-            f.task({"EditSums(out0, out1, -, -, -, -, -)", "Basic(0x6000000, 1)"}));
-  // A first sum of no elements: its bit stays, and the estimator is told it has no array.
-  EXPECT_EQ(f.run([&] {
-               cpu::raw_sum_frame::buffer<fast_method, T, row>(
-                   cpu_queue(), nullptr, f.buffer_data(), f.empty(), f.out_buffer(1), f.empty(),
-                   f.empty());
-             }).calls,
-            f.task({"EditSums(-, out1, -, -, -, -, -)", "Basic(0x6000000, 1)"}));
-  // The second moment only: the third and fourth sit on dummies that never reach the estimator.
-  EXPECT_EQ(f.run([&] {
-               cpu::raw_moment_frame::buffer<fast_method, T, row>(
-                   cpu_queue(), nullptr, f.buffer_data(), f.out_buffer(0), f.out_buffer(1),
-                   f.empty(), f.empty());
-             }).calls,
-            f.task({"EditMoments(out0, out1, -, -, -, -, -)", "Basic(0x3, 1)"}));
-  // The fourth central moment only: raw3 and raw4 are real arrays, central3 is withheld.
-  EXPECT_EQ(f.run([&] {
-               cpu::central_moment_frame::buffer<fast_method, T, row>(
-                   cpu_queue(), nullptr, f.buffer_data(), f.out_buffer(0), f.empty(),
-                   f.out_buffer(2));
-             }).calls,
-            f.task({"EditMoments(#1, #2, #3, #4, out0, -, out2)", "Basic(0x50, 1)"}));
-  EXPECT_EQ(f.run([&] {
-               cpu::central_moment_frame::buffer<estimator, T, row>(
-                   cpu_queue(), nullptr, f.buffer_data(), f.out_buffer(0), f.out_buffer(1),
-                   f.empty());
-             }).calls,
-            f.task({"EditMoments(#1, #2, #3, -, out0, out1, -)", "Basic(0x30, 2)"}));
-  auto mean_buffer = f.over(f.mean);
-  EXPECT_EQ(f.run([&] {
-               cpu::central_moment_frame::buffer<fast_method, T, row>(
-                   cpu_queue(), &mean_buffer, f.buffer_data(), f.out_buffer(0), f.out_buffer(1),
-                   f.out_buffer(2));
-             }).calls,
-            f.task({"EditMoments(mean, #1, #2, #3, out0, out1, out2)", "Basic(0x70, 256)"}));
-  EXPECT_EQ(f.run([&] {
-               cpu::kurtosis_frame::buffer<fast_method, T, row>(cpu_queue(), &mean_buffer,
-                                                                f.buffer_data(), f.out_buffer(0));
-             }).calls,
-            f.task({"EditMoments(mean, #1, #2, #3, #4, -, #5)", "EditTask(14, out0)",
-                    "Basic(0x80, 256)"}));
-}
-
-TYPED_TEST(CpuFrames, BufferCentralSums) {
-  using T = TypeParam;
-  auto& f = *this;
-  const auto fast_call = [&](bool third, bool fourth) {
-    return f.run([&] {
-      cpu::central_sum_frame::buffer<fast_method, T, row>(cpu_queue(), nullptr, f.buffer_data(),
-                                                          f.out_buffer(0), f.out_buffer(1, third),
-                                                          f.out_buffer(2, fourth));
-    });
-  };
-  // The fourth sum only: the third sum's pointer is the dummy's, with its bit clear; method 1.
-  EXPECT_EQ(fast_call(false, true).calls,
-            f.task({"EditMoments(#1, #2, #3, #4, -, -, -)", "EditSums(-, -, -, -, out0, #5, out2)",
-                    "Basic(0xa0000000, 1)"}));
-  EXPECT_EQ(fast_call(true, true).calls,
-            f.task({"EditMoments(#1, #2, #3, #4, -, -, -)",
-                    "EditSums(-, -, -, -, out0, out1, out2)", "Basic(0xe0000000, 1)"}));
-  EXPECT_EQ(fast_call(false, false).calls,
-            f.task({"EditMoments(#1, #2, -, -, -, -, -)", "EditSums(-, -, -, -, out0, -, -)",
-                    "Basic(0x20000000, 1)"}));
-  EXPECT_EQ(
-      f.run([&] {
-         cpu::central_sum_frame::buffer<estimator, T, row>(
-             cpu_queue(), nullptr, f.buffer_data(), f.out_buffer(0), f.empty(), f.out_buffer(2));
-       }).calls,
-      f.task({"EditTask(7, #1)", "EditSums(-, -, -, -, out0, #2, out2)", "Basic(0xa0000000, 2)"}));
-  auto mean_buffer = f.over(f.mean);
-  EXPECT_EQ(
-      f.run([&] {
-         cpu::central_sum_frame::buffer<fast_method, T, row>(
-             cpu_queue(), &mean_buffer, f.buffer_data(), f.out_buffer(0), f.empty(), f.empty());
-       }).calls,
-      f.task({"EditTask(7, mean)", "EditSums(-, -, -, -, out0, -, -)", "Basic(0x20000000, 256)"}));
 }
 
 // A dependency that completes only when the test opens it.
@@ -506,7 +471,6 @@ TYPED_TEST(CpuFrames, BufferFrameWithoutBuffersOfItsOwnReturnsAtOnce) {
 }
 
 TYPED_TEST(CpuFrames, FailedScratchAllocationFreesTheRestAndSubmitsNothing) {
-  using T = TypeParam;
   auto& f = *this;
   struct scratch_frame {
     std::string statistic;
@@ -514,26 +478,15 @@ TYPED_TEST(CpuFrames, FailedScratchAllocationFreesTheRestAndSubmitsNothing) {
     std::function<void()> frame;
   };
   const std::vector<scratch_frame> frames = {
-      {"kurtosis", 6,
-       [&] {
-         cpu::kurtosis_frame::usm<fast_method, T, row>(cpu_queue(), nullptr, f.usm_data(), {},
-                                                       f.o(0));
-       }},
+      {"kurtosis", 6, [&] { f.template usm<cpu::kurtosis_frame>(nullptr, f.o(0)); }},
       {"central_sum", 4,
-       [&] {
-         cpu::central_sum_frame::usm<fast_method, T, row>(cpu_queue(), nullptr, f.usm_data(), {},
-                                                          f.o(0), f.o(1), f.o(2));
-       }},
+       [&] { f.template usm<cpu::central_sum_frame>(nullptr, f.o(0), f.o(1), f.o(2)); }},
       {"central_moment", 3,
        [&] {
-         cpu::central_moment_frame::usm<estimator, T, row>(cpu_queue(), f.mean.data(), f.usm_data(),
-                                                           {}, f.o(0), f.o(1), f.o(2));
+         f.template usm<cpu::central_moment_frame, estimator>(f.mean.data(), f.o(0), f.o(1),
+                                                              f.o(2));
        }},
-      {"variation", 3,
-       [&] {
-         cpu::variation_frame::usm<fast_method, T, row>(cpu_queue(), nullptr, f.usm_data(), {},
-                                                        f.o(0));
-       }},
+      {"variation", 3, [&] { f.template usm<cpu::variation_frame>(nullptr, f.o(0)); }},
   };
   const std::string device = cpu_queue().get_device().get_info<sycl::info::device::name>();
   for (const scratch_frame& s : frames) {

@@ -1,13 +1,12 @@
 // Every statistic on a CPU queue, through the library's entries and the estimator module:
 // against the __float128 reference on well-conditioned data and, for double, on data whose mean
-// is a million times its spread; against the GPU engine on the emulated GPU; with weights,
-// selections and optional outputs left out, in both forms, layouts and methods.
+// is a million times its spread; with weights, selections and optional outputs left out, in both
+// forms, layouts and methods.
 #include <gtest/gtest.h>
 
 #include <sycl/sycl.hpp>
 
 #include <algorithm>
-#include <cmath>
 #include <cstddef>
 #include <string>
 #include <vector>
@@ -30,13 +29,13 @@ struct statistic_case {
 
 // Every entry: both forms and layouts, method::estimator where the statistic has it, and the
 // forms with the caller's mean.
-std::vector<statistic_case> all_entries(bool with_estimator) {
+std::vector<statistic_case> all_entries() {
   std::vector<statistic_case> cases;
   for (const statistic s : all_statistics) {
     for (const entry_form form : {entry_form::usm, entry_form::buffer}) {
       for (const st::layout l : {st::layout::row_major, st::layout::col_major}) {
         cases.push_back({s, form, l, st::method::fast, false});
-        if (with_estimator && has_method2(s)) {
+        if (has_method2(s)) {
           cases.push_back({s, form, l, st::method::estimator, false});
         }
         if (has_user_mean_form(s)) {
@@ -83,7 +82,7 @@ void expect_reference(const statistic_case& c, const problem<T>& p, const output
 
 class CpuResults : public ::testing::TestWithParam<statistic_case> {};
 
-INSTANTIATE_TEST_SUITE_P(Entries, CpuResults, ::testing::ValuesIn(all_entries(true)), case_name);
+INSTANTIATE_TEST_SUITE_P(Entries, CpuResults, ::testing::ValuesIn(all_entries()), case_name);
 
 // Results are computed in double and rounded once for float; double carries the rounding of
 // the estimator's accurate sums.
@@ -132,7 +131,7 @@ TEST_P(CpuResults, DoubleStaysWithin1e13WhenTheMeanIsAMillionSpreads) {
 
 // The statistics whose later outputs may be left out.
 std::vector<statistic_case> entries_with_optional_outputs() {
-  std::vector<statistic_case> cases = all_entries(true);
+  std::vector<statistic_case> cases = all_entries();
   cases.erase(std::remove_if(cases.begin(), cases.end(),
                              [](const statistic_case& c) {
                                return c.stat != statistic::raw_sum &&
@@ -175,40 +174,6 @@ TEST_P(CpuOptionalOutputs, LaterOutputsLeftOut) {
       }
     });
   }
-}
-
-class CrossEngine : public ::testing::TestWithParam<statistic_case> {};
-
-INSTANTIATE_TEST_SUITE_P(Entries, CrossEngine, ::testing::ValuesIn(all_entries(false)), case_name);
-
-// Both engines on the same well-conditioned data (positive, the mean about one spread from 0):
-// the CPU's estimator and the GPU engine's reductions agree to 1e-12 (double) and 1e-5 (float).
-TEST_P(CrossEngine, CpuAgreesWithTheEmulatedGpu) {
-  const statistic_case c = GetParam();
-  problem_shape shape;
-  shape.n_obs = 700;
-  shape.offset = {0.0};
-  shape.scale = {2.0, 0.5, 7.0, 1.0, 3.0};
-  shape.weights = true;
-  shape.selection = true;
-  shape.user_mean = c.user_mean;
-  const auto compare = [&]<typename T, st::layout L>(double tolerance) {
-    const problem<T> p = make_problem<T>(shape, L);
-    const outputs<T> cpu = run_statistic<st::method::fast, T, L>(cpu_queue(), c.stat, c.form, p);
-    const outputs<T> gpu = run_statistic<st::method::fast, T, L>(gpu_queue(), c.stat, c.form, p);
-    for (std::size_t k = 0; k < output_count(c.stat); ++k) {
-      ASSERT_EQ(cpu[k].size(), gpu[k].size());
-      for (std::size_t d = 0; d < cpu[k].size(); ++d) {
-        const auto a = static_cast<double>(cpu[k][d]), b = static_cast<double>(gpu[k][d]);
-        EXPECT_LE(std::fabs(a - b), tolerance * std::max(std::fabs(a), std::fabs(b)))
-            << "output " << k << ", dimension " << d << ": CPU " << a << ", GPU " << b;
-      }
-    }
-  };
-  with_layout<float>(c.layout,
-                     [&]<typename T, st::layout L>() { compare.template operator()<T, L>(1e-5); });
-  with_layout<double>(
-      c.layout, [&]<typename T, st::layout L>() { compare.template operator()<T, L>(1e-12); });
 }
 
 // The scratch of the CPU road comes from malloc_shared: a failure there is the entry's

@@ -4,111 +4,95 @@
 
 #include <cstdint>
 #include <stdexcept>
-#include <tuple>
+#include <vector>
 
+namespace tessel::test {
 namespace {
 
-using vorlex::orv::stats::detail::gpu::make_plan;
-using vorlex::orv::stats::detail::gpu::reduction_launch;
-using vorlex::orv::stats::detail::gpu::reduction_plan;
-using vorlex::orv::stats::detail::gpu::step_kind;
+namespace gpu = vorlex::orv::stats::detail::gpu;
+using gpu::make_plan;
+using gpu::reduction_launch;
+using gpu::reduction_plan;
+using gpu::step_kind;
 
-void expect_launch(const reduction_launch& got, step_kind kind, std::uint64_t local,
-                   std::uint64_t groups, std::uint64_t remainder, std::uint64_t prev) {
-  EXPECT_EQ(got.kind, kind);
-  EXPECT_EQ(got.local_size, local);
-  EXPECT_EQ(got.group_count, groups);
-  EXPECT_EQ(got.remainder, remainder);
-  EXPECT_EQ(got.prev_count, prev);
-}
+struct launch_step {
+  step_kind kind;
+  std::uint64_t local, groups, remainder, prev, load_half, store_half;
+};
 
-TEST(ReductionPlan, TenMillionByThousandTwentyFour) {
-  const reduction_plan plan = make_plan(10000000, 1024);
-  EXPECT_EQ(plan.n_groups, 9766U);
-  ASSERT_EQ(plan.launches.size(), 3U);
-  expect_launch(plan.launches[0], step_kind::first, 1024, 9766, 640, 0);
-  expect_launch(plan.launches[1], step_kind::next, 1024, 10, 550, 9766);
-  expect_launch(plan.launches[2], step_kind::last, 10, 1, 0, 10);
-  EXPECT_TRUE(plan.two_halves);
-}
+struct plan_case {
+  const char* what;
+  std::uint64_t n_obs, group_size;
+  bool two_halves;
+  std::vector<launch_step> launches;
+};
 
-TEST(ReductionPlan, ExactlyOneGroupIsASingleStep) {
-  const reduction_plan plan = make_plan(1024, 1024);
-  EXPECT_EQ(plan.n_groups, 1U);
-  ASSERT_EQ(plan.launches.size(), 1U);
-  expect_launch(plan.launches[0], step_kind::single, 1024, 1, 0, 0);
-  EXPECT_FALSE(plan.two_halves);
-}
+constexpr auto single = step_kind::single, first = step_kind::first, next = step_kind::next,
+               last = step_kind::last;
 
-TEST(ReductionPlan, FewerObservationsThanAGroupShrinkTheSingleStep) {
-  const reduction_plan plan = make_plan(5, 1024);
-  ASSERT_EQ(plan.launches.size(), 1U);
-  expect_launch(plan.launches[0], step_kind::single, 5, 1, 0, 0);
-}
+// Worked plans: the edges of one group, exact multiples, the first need of a next step, halves
+// that alternate, and no observations at all.
+const plan_case plan_cases[] = {
+    {"ten million by 1024",
+     10000000,
+     1024,
+     true,
+     {{first, 1024, 9766, 640, 0, 0, 0},
+      {next, 1024, 10, 550, 9766, 0, 1},
+      {last, 10, 1, 0, 10, 1, 0}}},
+    {"exactly one group", 1024, 1024, false, {{single, 1024, 1, 0, 0, 0, 0}}},
+    {"fewer than a group", 5, 1024, false, {{single, 5, 1, 0, 0, 0, 0}}},
+    {"one beyond a group",
+     1025,
+     1024,
+     false,
+     {{first, 1024, 2, 1, 0, 0, 0}, {last, 2, 1, 0, 2, 0, 0}}},
+    {"multiple of the group", 12, 4, false, {{first, 4, 3, 0, 0, 0, 0}, {last, 3, 1, 0, 3, 0, 0}}},
+    {"group count equal to the group size",
+     49,
+     7,
+     false,
+     {{first, 7, 7, 0, 0, 0, 0}, {last, 7, 1, 0, 7, 0, 0}}},
+    {"group count one beyond the group size",
+     50,
+     7,
+     true,
+     {{first, 7, 8, 1, 0, 0, 0}, {next, 7, 2, 1, 8, 0, 1}, {last, 2, 1, 0, 2, 1, 0}}},
+    {"9 -> 5 -> 3 -> 2 -> 1",
+     9,
+     2,
+     true,
+     {{first, 2, 5, 1, 0, 0, 0},
+      {next, 2, 3, 1, 5, 0, 1},
+      {next, 2, 2, 1, 3, 1, 0},
+      {last, 2, 1, 0, 2, 0, 0}}},
+    {"no observations", 0, 256, false, {{first, 256, 0, 0, 0, 0, 0}, {last, 0, 1, 0, 0, 0, 0}}},
+    {"one observation, groups of one", 1, 1, false, {{single, 1, 1, 0, 0, 0, 0}}},
+};
 
-TEST(ReductionPlan, OneBeyondAGroupIsFirstAndLast) {
-  const reduction_plan plan = make_plan(1025, 1024);
-  ASSERT_EQ(plan.launches.size(), 2U);
-  expect_launch(plan.launches[0], step_kind::first, 1024, 2, 1, 0);
-  expect_launch(plan.launches[1], step_kind::last, 2, 1, 0, 2);
-  EXPECT_FALSE(plan.two_halves);
-}
-
-TEST(ReductionPlan, MultipleOfTheGroupHasAFullLastGroup) {
-  const reduction_plan plan = make_plan(12, 4);
-  ASSERT_EQ(plan.launches.size(), 2U);
-  expect_launch(plan.launches[0], step_kind::first, 4, 3, 0, 0);
-  expect_launch(plan.launches[1], step_kind::last, 3, 1, 0, 3);
-}
-
-TEST(ReductionPlan, GroupCountEqualToGroupSizeNeedsNoNextStep) {
-  const reduction_plan plan = make_plan(7 * 7, 7);
-  ASSERT_EQ(plan.launches.size(), 2U);
-  expect_launch(plan.launches[0], step_kind::first, 7, 7, 0, 0);
-  expect_launch(plan.launches[1], step_kind::last, 7, 1, 0, 7);
-  EXPECT_FALSE(plan.two_halves);
-}
-
-TEST(ReductionPlan, GroupCountOneBeyondGroupSizeNeedsOneNextStep) {
-  const reduction_plan plan = make_plan(7 * 7 + 1, 7);
-  ASSERT_EQ(plan.launches.size(), 3U);
-  expect_launch(plan.launches[0], step_kind::first, 7, 8, 1, 0);
-  expect_launch(plan.launches[1], step_kind::next, 7, 2, 1, 8);
-  expect_launch(plan.launches[2], step_kind::last, 2, 1, 0, 2);
-}
-
-TEST(ReductionPlan, HalvesAlternateAndTheLastStoresLow) {
-  // 2 items a group: 9 -> 5 -> 3 -> 2 -> 1.
-  const reduction_plan plan = make_plan(9, 2);
-  ASSERT_EQ(plan.launches.size(), 4U);
-  expect_launch(plan.launches[0], step_kind::first, 2, 5, 1, 0);
-  expect_launch(plan.launches[1], step_kind::next, 2, 3, 1, 5);
-  expect_launch(plan.launches[2], step_kind::next, 2, 2, 1, 3);
-  expect_launch(plan.launches[3], step_kind::last, 2, 1, 0, 2);
-  EXPECT_EQ(plan.launches[0].store_half, 0);
-  EXPECT_EQ(plan.launches[1].load_half, 0);
-  EXPECT_EQ(plan.launches[1].store_half, 1);
-  EXPECT_EQ(plan.launches[2].load_half, 1);
-  EXPECT_EQ(plan.launches[2].store_half, 0);
-  EXPECT_EQ(plan.launches[3].load_half, 0);
-  EXPECT_EQ(plan.launches[3].store_half, 0);
-  EXPECT_TRUE(plan.two_halves);
-}
-
-TEST(ReductionPlan, NoObservationsGiveAnEmptyFirstAndALastOfNoItems) {
-  const reduction_plan plan = make_plan(0, 256);
-  EXPECT_EQ(plan.n_groups, 0U);
-  ASSERT_EQ(plan.launches.size(), 2U);
-  expect_launch(plan.launches[0], step_kind::first, 256, 0, 0, 0);
-  expect_launch(plan.launches[1], step_kind::last, 0, 1, 0, 0);
+TEST(ReductionPlan, WorkedPlans) {
+  for (const plan_case& c : plan_cases) {
+    SCOPED_TRACE(c.what);
+    const reduction_plan plan = make_plan(c.n_obs, c.group_size);
+    EXPECT_EQ(plan.two_halves, c.two_halves);
+    ASSERT_EQ(plan.launches.size(), c.launches.size());
+    for (std::size_t k = 0; k < c.launches.size(); ++k) {
+      const reduction_launch& got = plan.launches[k];
+      const launch_step& want = c.launches[k];
+      EXPECT_EQ(got.kind, want.kind) << "launch " << k;
+      EXPECT_EQ(got.local_size, want.local) << "launch " << k;
+      EXPECT_EQ(got.group_count, want.groups) << "launch " << k;
+      EXPECT_EQ(got.remainder, want.remainder) << "launch " << k;
+      EXPECT_EQ(got.prev_count, want.prev) << "launch " << k;
+      EXPECT_EQ(got.load_half, want.load_half) << "launch " << k;
+      EXPECT_EQ(got.store_half, want.store_half) << "launch " << k;
+    }
+  }
 }
 
 TEST(ReductionPlan, GroupsOfOneItemCannotMerge) {
   EXPECT_THROW(make_plan(2, 1), std::invalid_argument);
   EXPECT_THROW(make_plan(2, 0), std::invalid_argument);
-  const reduction_plan plan = make_plan(1, 1);
-  ASSERT_EQ(plan.launches.size(), 1U);
-  expect_launch(plan.launches[0], step_kind::single, 1, 1, 0, 0);
 }
 
 // Every plan covers its input: each launch has enough items for the runs it reads, the last
@@ -131,7 +115,7 @@ TEST_P(ReductionPlanSweep, LaunchesChainAndCover) {
         EXPECT_EQ(launch.prev_count, count);
         EXPECT_EQ(launch.load_half, written);
       }
-      if (launch.kind == step_kind::single || launch.kind == step_kind::last) {
+      if (is_last) {
         EXPECT_EQ(launch.group_count, 1U);
         EXPECT_EQ(launch.local_size, count);
         EXPECT_EQ(launch.remainder, 0U);
@@ -141,6 +125,9 @@ TEST_P(ReductionPlanSweep, LaunchesChainAndCover) {
         EXPECT_EQ(launch.group_count, (count + group_size - 1) / group_size);
         EXPECT_GE(launch.group_count, 2U);
         EXPECT_EQ(launch.remainder, count % group_size);
+        if (launch.kind == step_kind::next) {
+          EXPECT_NE(launch.store_half, launch.load_half);
+        }
         upper_used = upper_used || launch.store_half == 1;
       }
       written = launch.store_half;
@@ -154,3 +141,4 @@ TEST_P(ReductionPlanSweep, LaunchesChainAndCover) {
 INSTANTIATE_TEST_SUITE_P(SmallGroups, ReductionPlanSweep, ::testing::Values(2, 3, 4, 7));
 
 }  // namespace
+}  // namespace tessel::test

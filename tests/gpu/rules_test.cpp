@@ -15,7 +15,6 @@
 
 #include "gpu/moment_functors.hpp"
 #include "gpu/moment_functors_ex.hpp"
-#include "gpu/moment_functors_user_mean.hpp"
 #include "gpu/sum_tmp_helper.hpp"
 #include "stats/dataset_helper.hpp"
 
@@ -130,26 +129,27 @@ TEST(Functors, ChannelsAndKeptSums) {
     EXPECT_EQ(got.has_s4, kept.has_s4);
   };
   expect(gpu::mean_func<double, true>(out), 1, {0, 0, 0});
-  expect(gpu::raw_sum_func_fast<double, true>(0, 0, 1, out, out, out, out), 4, {0, 0, 1});
-  expect(gpu::raw_moment_func_fast<double, true>(1, 0, 0, out, out, out, out), 2, {1, 0, 0});
-  expect(gpu::raw_moment_func_fast<double, true>(0, 0, 0, out, out, out, out), 1, {0, 0, 0});
-  expect(gpu::central_sum_func_fast<double, true>(0, 0, out, out, out), 2, {1, 0, 0});
-  expect(gpu::central_moment_func_fast<double, true>(0, 1, out, out, out), 4, {1, 1, 1});
-  expect(gpu::central_moment_func_fast<double, true>(1, 0, out, out, out), 3, {1, 1, 0});
-  expect(gpu::variation_func_fast<double, true>(out), 2, {1, 0, 0});
-  expect(gpu::skewness_func_fast<double, true>(out), 3, {1, 1, 0});
-  expect(gpu::kurtosis_func_fast<double, true>(out), 4, {1, 1, 1});
-  expect(gpu::central_sum_func_user_mean<double, true>(0, 0, out, out, out), 1, {0, 0, 0});
-  expect(gpu::central_moment_func_user_mean<double, true>(1, 0, out, out, out), 2, {0, 1, 0});
-  expect(gpu::central_sum_func_user_mean<double, true>(0, 1, out, out, out), 3, {0, 0, 1});
-  expect(gpu::variation_func_user_mean<double, true>(out), 1, {0, 0, 0});
-  expect(gpu::skewness_func_user_mean<double, true>(out), 2, {0, 1, 0});
-  expect(gpu::kurtosis_func_user_mean<double, true>(out), 3, {0, 0, 1});
-  expect(gpu::ex::central_sum_func_fast<double, true>(0, 1, out, out, out, out, out, out, out), 4,
-         {1, 1, 1});
-  expect(gpu::ex::variation_func_fast<double, true>(out, out, out), 2, {1, 0, 0});
-  expect(gpu::ex::skewness_func_fast<double, true>(out, out, out, out), 3, {1, 1, 0});
-  expect(gpu::ex::kurtosis_func_fast<double, true>(out, out, out, out, out), 4, {1, 1, 1});
+  expect(gpu::raw_sum_func<double, true>(0, 0, 1, out, out, out, out), 4, {0, 0, 1});
+  expect(gpu::raw_moment_func<double, true>(1, 0, 0, out, out, out, out), 2, {1, 0, 0});
+  expect(gpu::raw_moment_func<double, true>(0, 0, 0, out, out, out, out), 1, {0, 0, 0});
+  expect(gpu::central_sum_func<double, true, false>(0, 0, out, out, out), 2, {1, 0, 0});
+  expect(gpu::central_moment_func<double, true, false>(0, 1, out, out, out), 4, {1, 1, 1});
+  expect(gpu::central_moment_func<double, true, false>(1, 0, out, out, out), 3, {1, 1, 0});
+  expect(gpu::variation_func<double, true, false>(out), 2, {1, 0, 0});
+  expect(gpu::skewness_func<double, true, false>(out), 3, {1, 1, 0});
+  expect(gpu::kurtosis_func<double, true, false>(out), 4, {1, 1, 1});
+  expect(gpu::central_sum_func<double, true, true>(0, 0, out, out, out), 1, {0, 0, 0});
+  expect(gpu::central_moment_func<double, true, true>(1, 0, out, out, out), 2, {0, 1, 0});
+  expect(gpu::central_sum_func<double, true, true>(0, 1, out, out, out), 3, {0, 0, 1});
+  expect(gpu::variation_func<double, true, true>(out), 1, {0, 0, 0});
+  expect(gpu::skewness_func<double, true, true>(out), 2, {0, 1, 0});
+  expect(gpu::kurtosis_func<double, true, true>(out), 3, {0, 0, 1});
+  expect(gpu::ex::with_raw_moments<gpu::central_sum_func<double, true, false>>(out, out, out, out,
+                                                                               0, 1, out, out, out),
+         4, {1, 1, 1});
+  expect(
+      gpu::ex::with_raw_moments<gpu::variation_func<double, true, false>>(out, out, out, out, out),
+      2, {1, 0, 0});
 }
 
 }  // namespace

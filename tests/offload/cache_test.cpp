@@ -16,6 +16,7 @@
 #include "offload/cache_lookups.hpp"
 #include "offload/native_cache.hpp"
 
+namespace tessel::test {
 namespace {
 
 namespace offload = vorlex::orv::stats::detail::offload;
@@ -90,3 +91,4 @@ TEST(NativeCache, HitsAreTheMapsEntries) {
 }
 
 }  // namespace
+}  // namespace tessel::test

@@ -12,7 +12,7 @@
 
 #include "offload_calls.hpp"
 
-namespace tessel::offload_test {
+namespace tessel::test {
 namespace {
 
 std::atomic<int> completions{0};
@@ -80,4 +80,4 @@ TEST(Completion, OpenclRoadWithoutAnOpenclEventFails) {
 }
 
 }  // namespace
-}  // namespace tessel::offload_test
+}  // namespace tessel::test

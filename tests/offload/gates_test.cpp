@@ -19,6 +19,7 @@
 #include "omptarget/stand_in_interop.h"
 #include "orv/ss_task.h"
 
+namespace tessel::test {
 namespace {
 
 namespace offload = vorlex::orv::stats::detail::offload;
@@ -132,3 +133,4 @@ TEST(OpenclWithoutLast, FailsAsAWholeForGood) {
 }
 
 }  // namespace
+}  // namespace tessel::test

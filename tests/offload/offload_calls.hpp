@@ -13,10 +13,9 @@
 #include "omptarget/stand_in_interop.h"
 #include "orv/ss_task.h"
 
-namespace tessel::offload_test {
+namespace tessel::test {
 
 namespace st = vorlex::orv::stats;
-using test::problem;
 
 enum class element { f32, f64 };
 enum class model { lp64, ilp64 };
@@ -52,7 +51,7 @@ inline constexpr std::size_t field_count = 19;
 void*& slot(ss_task& task, field f);
 
 // What a field holds after a good call, from the reference; user_mean: method 256 ran.
-test::expectation expected_field(field f, const test::dimension_expectations& e, bool user_mean);
+expectation expected_field(field f, const dimension_expectations& e, bool user_mean);
 
 // A task record over a problem, every result array given and poisoned (the mean holds the
 // problem's user mean, if any); arrays are USM shared. The counts and storage word are 64-bit
@@ -82,4 +81,4 @@ class offload_task {
 // A SYCL-road interop object for the queue: foreign runtime 4, property 5 the queue.
 stand_in_interop sycl_interop(sycl::queue& queue);
 
-}  // namespace tessel::offload_test
+}  // namespace tessel::test

@@ -16,7 +16,7 @@
 
 #include "offload_calls.hpp"
 
-namespace tessel::offload_test {
+namespace tessel::test {
 namespace {
 
 using enum field;
@@ -211,4 +211,4 @@ std::string label(const testing::TestParamInfo<status_case>& info) {
 INSTANTIATE_TEST_SUITE_P(Cases, OffloadStatus, testing::ValuesIn(cases), label);
 
 }  // namespace
-}  // namespace tessel::offload_test
+}  // namespace tessel::test

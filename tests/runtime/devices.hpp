@@ -1,4 +1,5 @@
-// Runs a test body on every device of the runtime, one instance per device.
+// Runs a test body on every device of the runtime, one instance per device, and catches the
+// errors that tests expect.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -7,16 +8,28 @@
 #include <sycl/sycl.hpp>
 #include <vector>
 
-namespace tessel_test {
+namespace tessel::test {
 
 inline std::vector<sycl::device> all_devices() {
   return sycl::device::get_devices();
 }
 
 inline std::string device_label(const testing::TestParamInfo<sycl::device>& info) {
-  return info.param.is_gpu() ? "gpu" : info.param.is_cpu() ? "cpu" : "other";
+  return info.param.is_gpu() ? "gpu" : "cpu";
 }
 
 class on_each_device : public testing::TestWithParam<sycl::device> {};
 
-}  // namespace tessel_test
+// The sycl::exception that action throws; a failure, and errc::success, when it throws none.
+template <typename Action>
+sycl::exception expect_sycl_error(Action&& action) {
+  try {
+    action();
+  } catch (const sycl::exception& e) {
+    return e;
+  }
+  ADD_FAILURE() << "no sycl::exception";
+  return sycl::exception(sycl::make_error_code(sycl::errc::success), "none");
+}
+
+}  // namespace tessel::test

@@ -117,9 +117,9 @@ TEST_P(StatisticBasics, MatchesReference) {
       SCOPED_TRACE(label);
       const T poison = T(-777);
       const outputs<T> out = run_statistic<st::method::fast, T, L>(
-          gpu_queue(), param.stat, param.form, p, all_outputs, poison);
-      const auto expected = expectations_for(p, L);
-      const double epsilons = allowed_epsilons(p.n_obs, gpu_group_size());
+          test_queue(), param.stat, param.form, p, all_outputs, poison);
+      const auto expected = expectations_for(p, L, testing_gpu());
+      const double epsilons = allowed_epsilons(p.n_obs, test_group_size());
       for (std::size_t k = 0; k < output_count(param.stat); ++k) {
         for (std::size_t d = 0; d < expected.size(); ++d) {
           if (!expected[d].reference.selected) {

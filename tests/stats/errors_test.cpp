@@ -1,18 +1,32 @@
-// Every refusal of the entries: the argument checks and their texts, their order before the
-// device is asked, the devices and methods refused, and a failed dependency on the GPU road.
+// Every refusal of the entries: the argument checks and their texts, which come before the
+// device is asked, the methods a device refuses; and the frame of a call against other commands:
+// what it waits for, its order, and where a failure goes.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <future>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
+#include "cpu/host_command.hpp"
 #include "statistic_call.hpp"
 #include "test_setup.hpp"
+
+#if TESSEL_SANITIZE_ADDRESS
+// A failing estimator call leaves its task undeleted, as the CPU frame has no clean-up on that
+// path; the handler test below provokes it on purpose. That a task is deleted on every other
+// path is the binding tests' to show.
+extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions();
+extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions() {
+  return "leak:tessel::estimator::new_task\n";
+}
+#endif
 
 namespace tessel::test {
 namespace {
@@ -71,9 +85,31 @@ auto call_on(sycl::queue& q, statistic s, entry_form form, const problem<float>&
   };
 }
 
-sycl::queue& cpu_queue() {
-  static sycl::queue queue{sycl::cpu_selector_v};
-  return queue;
+// A command that holds back what depends on it until released (ten seconds at most).
+struct held_command {
+  explicit held_command(sycl::queue& q)
+      : event(q.submit([flag = released](sycl::handler& cgh) {
+          vorlex::orv::stats::detail::cpu::host_command(cgh, [flag] {
+            const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+            while (!*flag && std::chrono::steady_clock::now() < until) {
+              std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            }
+          });
+        })) {}
+  held_command(const held_command&) = delete;
+  held_command& operator=(const held_command&) = delete;
+  ~held_command() { release(); }
+  void release() {
+    *released = true;
+    event.wait();
+  }
+
+  std::shared_ptr<std::atomic<bool>> released = std::make_shared<std::atomic<bool>>(false);
+  sycl::event event;
+};
+
+bool ends_with(const std::string& text, const std::string& end) {
+  return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
 
 TEST(Checks, NoOutputGiven) {
@@ -86,7 +122,7 @@ TEST(Checks, NoOutputGiven) {
         const problem<float> p = small_problem(user_mean);
         SCOPED_TRACE(name_of(s) + " " + name_of(form));
         EXPECT_TRUE(throws_with<vorlex::orv::invalid_argument>(
-            call_on(gpu_queue(), s, form, p, no_outputs), invalid(s, absent_text(s, form))));
+            call_on(test_queue(), s, form, p, no_outputs), invalid(s, absent_text(s, form))));
       }
     }
   }
@@ -97,10 +133,10 @@ TEST(Checks, MinMaxChecksEachOutputInOrder) {
     const problem<float> p = small_problem(false);
     const bool usm = form == entry_form::usm;
     EXPECT_TRUE(throws_with<vorlex::orv::invalid_argument>(
-        call_on(gpu_queue(), statistic::min_max, form, p, {false, true, false, false}),
+        call_on(test_queue(), statistic::min_max, form, p, {false, true, false, false}),
         invalid(statistic::min_max, usm ? "min is nullptr" : "min array length is 0")));
     EXPECT_TRUE(throws_with<vorlex::orv::invalid_argument>(
-        call_on(gpu_queue(), statistic::min_max, form, p, {true, false, false, false}),
+        call_on(test_queue(), statistic::min_max, form, p, {true, false, false, false}),
         invalid(statistic::min_max, usm ? "max is nullptr" : "max array length is 0")));
   }
 }
@@ -131,22 +167,22 @@ TEST(Checks, UserMeanAbsent) {
           switch (s) {
             case statistic::central_sum:
               st::central_sum<st::method::fast, float, st::layout::row_major>(
-                  gpu_queue(), mean, data, result, nullptr, nullptr);
+                  test_queue(), mean, data, result, nullptr, nullptr);
               break;
             case statistic::central_moment:
               st::central_moment<st::method::fast, float, st::layout::row_major>(
-                  gpu_queue(), mean, data, result, nullptr, nullptr);
+                  test_queue(), mean, data, result, nullptr, nullptr);
               break;
             case statistic::variation:
-              st::variation<st::method::fast, float, st::layout::row_major>(gpu_queue(), mean, data,
-                                                                            result);
+              st::variation<st::method::fast, float, st::layout::row_major>(test_queue(), mean,
+                                                                            data, result);
               break;
             case statistic::skewness:
-              st::skewness<st::method::fast, float, st::layout::row_major>(gpu_queue(), mean, data,
+              st::skewness<st::method::fast, float, st::layout::row_major>(test_queue(), mean, data,
                                                                            result);
               break;
             default:
-              st::kurtosis<st::method::fast, float, st::layout::row_major>(gpu_queue(), mean, data,
+              st::kurtosis<st::method::fast, float, st::layout::row_major>(test_queue(), mean, data,
                                                                            result);
           }
           return;
@@ -161,23 +197,23 @@ TEST(Checks, UserMeanAbsent) {
         sycl::buffer<float, 1> none{sycl::range<1>(0)};
         switch (s) {
           case statistic::central_sum:
-            st::central_sum<st::method::fast, float, st::layout::row_major>(gpu_queue(), mean, data,
-                                                                            result, none, none);
+            st::central_sum<st::method::fast, float, st::layout::row_major>(
+                test_queue(), mean, data, result, none, none);
             break;
           case statistic::central_moment:
             st::central_moment<st::method::fast, float, st::layout::row_major>(
-                gpu_queue(), mean, data, result, none, none);
+                test_queue(), mean, data, result, none, none);
             break;
           case statistic::variation:
-            st::variation<st::method::fast, float, st::layout::row_major>(gpu_queue(), mean, data,
+            st::variation<st::method::fast, float, st::layout::row_major>(test_queue(), mean, data,
                                                                           result);
             break;
           case statistic::skewness:
-            st::skewness<st::method::fast, float, st::layout::row_major>(gpu_queue(), mean, data,
+            st::skewness<st::method::fast, float, st::layout::row_major>(test_queue(), mean, data,
                                                                          result);
             break;
           default:
-            st::kurtosis<st::method::fast, float, st::layout::row_major>(gpu_queue(), mean, data,
+            st::kurtosis<st::method::fast, float, st::layout::row_major>(test_queue(), mean, data,
                                                                          result);
         }
       };
@@ -190,21 +226,10 @@ TEST(Checks, UserMeanAbsent) {
   }
 }
 
-// The checks come before the device is asked: a CPU queue reports the missing output too.
-TEST(Checks, BeforeTheDevice) {
-  for (const statistic s : all_statistics) {
-    for (const entry_form form : both_forms) {
-      const problem<float> p = small_problem(false);
-      EXPECT_TRUE(throws_with<vorlex::orv::invalid_argument>(
-          call_on(cpu_queue(), s, form, p, no_outputs), invalid(s, absent_text(s, form))));
-    }
-  }
-}
-
-// A CPU queue refuses no entry that passes the checks: every one goes to the estimator module,
-// method 2 of the central families included, which a GPU queue refuses. (The CPU road's results
-// are tested in tests/cpu.)
-TEST(Devices, CpuQueueRefusesNoEntry) {
+// Every entry that passes the checks runs, but method 2 of the central families, which is the
+// estimator's alone: a CPU queue hands it to the estimator module, a GPU queue refuses it after
+// the checks.
+TEST(Devices, CentralMethodTwoRunsOnlyOnACpu) {
   for (const statistic s : all_statistics) {
     for (const entry_form form : both_forms) {
       for (const bool user_mean : {false, true}) {
@@ -213,53 +238,49 @@ TEST(Devices, CpuQueueRefusesNoEntry) {
         }
         SCOPED_TRACE(name_of(s) + " " + name_of(form) + (user_mean ? " user mean" : ""));
         const problem<float> p = small_problem(user_mean);
-        EXPECT_NO_THROW(call_on(cpu_queue(), s, form, p)());
-        if (has_method2(s) && !user_mean) {
-          EXPECT_NO_THROW(call_on<st::method::estimator>(cpu_queue(), s, form, p)());
+        EXPECT_NO_THROW(call_on(test_queue(), s, form, p)());
+        if (!has_method2(s) || user_mean) {
+          continue;
         }
+        auto method2 = call_on<st::method::estimator>(test_queue(), s, form, p);
+        const bool central = s == statistic::central_sum || s == statistic::central_moment;
+        if (central && testing_gpu()) {
+          EXPECT_TRUE(throws_with<vorlex::orv::unimplemented>(
+              method2, "vorlex::orv::stats::" + name_of(s) +
+                           ": unimplemented functionality: for this method"));
+        } else {
+          EXPECT_NO_THROW(method2());
+        }
+        EXPECT_TRUE(throws_with<vorlex::orv::invalid_argument>(
+            call_on<st::method::estimator>(test_queue(), s, form, p, no_outputs),
+            invalid(s, absent_text(s, form))));
       }
     }
   }
 }
 
-// Method 2 of the central families is the estimator's alone: a GPU queue refuses it after the
-// checks, without waiting for the event list.
-TEST(Devices, CentralMethodTwoIsRefusedOnAGpu) {
-  for (const statistic s : {statistic::central_sum, statistic::central_moment}) {
-    for (const entry_form form : both_forms) {
-      const problem<float> p = small_problem(false);
-      EXPECT_TRUE(throws_with<vorlex::orv::unimplemented>(
-          call_on<st::method::estimator>(gpu_queue(), s, form, p),
-          "vorlex::orv::stats::" + name_of(s) + ": unimplemented functionality: for this method"));
-      EXPECT_TRUE(throws_with<vorlex::orv::invalid_argument>(
-          call_on<st::method::estimator>(gpu_queue(), s, form, p, no_outputs),
-          invalid(s, absent_text(s, form))));
-    }
+// A GPU queue refuses method 2 of the central families before it would wait for the event list.
+TEST(Devices, GpuRefusalDoesNotWaitForTheEventList) {
+  if (!testing_gpu() || !commands_run_asynchronously()) {
+    GTEST_SKIP() << "needs a GPU queue and commands that can be held back";
   }
-  std::atomic<bool> release{false};
-  sycl::event blocker = gpu_queue().submit([&](sycl::handler& cgh) {
-    cgh.host_task([&release] {
-      const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-      while (!release && std::chrono::steady_clock::now() < until) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-      }
-    });
-  });
+  held_command held(test_queue());
   std::vector<float> values = {1, 2, 3}, out(1, -1.0F);
   const st::dataset<st::layout::row_major, float*> data(1, 3, values.data());
   EXPECT_THROW((st::central_moment<st::method::estimator, float, st::layout::row_major>(
-                   gpu_queue(), data, out.data(), nullptr, nullptr, {blocker})),
+                   test_queue(), data, out.data(), nullptr, nullptr, {held.event})),
                vorlex::orv::unimplemented);
-  EXPECT_NE(blocker.get_info<sycl::info::event::command_execution_status>(),
+  EXPECT_NE(held.event.get_info<sycl::info::event::command_execution_status>(),
             sycl::info::event_command_status::complete);
-  release = true;
-  blocker.wait();
 }
 
 // On the GPU road a failed dependency is thrown by the call, through the queue's asynchronous
 // handler, before anything is computed.
 TEST(Dependencies, FailedDependencyIsThrownByTheGpuCall) {
-  sycl::queue q{sycl::gpu_selector_v, [](const sycl::exception_list& errors) {
+  if (!testing_gpu() || !commands_run_asynchronously()) {
+    GTEST_SKIP() << "needs a GPU queue and commands that fail after submit returns";
+  }
+  sycl::queue q{test_queue().get_device(), [](const sycl::exception_list& errors) {
                   for (const std::exception_ptr& error : errors) {
                     std::rethrow_exception(error);
                   }
@@ -272,15 +293,16 @@ TEST(Dependencies, FailedDependencyIsThrownByTheGpuCall) {
   *out = -1.0F;
   const st::dataset<st::layout::row_major, float*> data(1, 4, values);
   sycl::event failed = q.submit([](sycl::handler& cgh) {
-    cgh.host_task([] { throw std::runtime_error("dependency failed"); });
+    vorlex::orv::stats::detail::cpu::host_command(
+        cgh, [] { throw std::runtime_error("dependency failed"); });
   });
   std::string thrown;
   try {
     st::mean<st::method::fast, float, st::layout::row_major>(q, data, out, {failed});
-  } catch (const std::runtime_error& e) {
+  } catch (const std::exception& e) {
     thrown = e.what();
   }
-  EXPECT_EQ(thrown, "dependency failed");
+  EXPECT_TRUE(ends_with(thrown, "dependency failed")) << thrown;
   EXPECT_EQ(*out, -1.0F);
   const sycl::event done = st::mean<st::method::fast, float, st::layout::row_major>(q, data, out);
   EXPECT_EQ(done.get_info<sycl::info::event::command_execution_status>(),
@@ -293,19 +315,125 @@ TEST(Dependencies, FailedDependencyIsThrownByTheGpuCall) {
 // Without an asynchronous handler the runtime's default one reports the dependency's error and
 // ends the process, from inside the call.
 void mean_after_failed_dependency_without_handler() {
-  sycl::queue q{sycl::gpu_selector_v};
+  sycl::queue q{test_queue().get_device()};
   std::vector<float> values = {1, 2, 3, 4};
   std::vector<float> out(1, -1.0F);
   const st::dataset<st::layout::row_major, float*> data(1, 4, values.data());
   sycl::event failed = q.submit([](sycl::handler& cgh) {
-    cgh.host_task([] { throw std::runtime_error("dependency failed"); });
+    vorlex::orv::stats::detail::cpu::host_command(
+        cgh, [] { throw std::runtime_error("dependency failed"); });
   });
   st::mean<st::method::fast, float, st::layout::row_major>(q, data, out.data(), {failed});
 }
 
 TEST(DependenciesDeathTest, FailedDependencyWithoutHandlerEndsTheProcess) {
+  if (!testing_gpu() || !commands_run_asynchronously()) {
+    GTEST_SKIP() << "needs a GPU queue and commands that fail after submit returns";
+  }
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_DEATH(mean_after_failed_dependency_without_handler(), "dependency failed");
+}
+
+// On a CPU queue the event list holds back the call's host task, not the call: a call without
+// scratch returns at once, one with scratch returns when its task has run.
+TEST(HostTaskFrame, DependenciesHoldTheTaskAndOnlyAFrameWithScratchWaits) {
+  if (testing_gpu() || !commands_run_asynchronously()) {
+    GTEST_SKIP() << "needs a CPU queue and commands that can be held back";
+  }
+  std::vector<double> values = {1, 2, 3, 4, 10}, mean(1, -1.0), kurtosis(1, -1.0);
+  const st::dataset<st::layout::row_major, double*> data(1, 5, values.data());
+  held_command held(test_queue());
+  sycl::event mean_done = st::mean<st::method::fast, double, st::layout::row_major>(
+      test_queue(), data, mean.data(), {held.event});
+  std::future<void> kurtosis_call = std::async(std::launch::async, [&] {
+    st::kurtosis<st::method::fast, double, st::layout::row_major>(test_queue(), data,
+                                                                  kurtosis.data(), {held.event});
+  });
+  EXPECT_EQ(kurtosis_call.wait_for(std::chrono::milliseconds(200)), std::future_status::timeout);
+  EXPECT_EQ(mean[0], -1.0);
+  held.release();
+  kurtosis_call.get();
+  EXPECT_NE(kurtosis[0], -1.0);
+  mean_done.wait();
+  EXPECT_EQ(mean[0], 4.0);
+}
+
+// A failure of the estimator does not leave the call: it goes to the queue's asynchronous
+// handler. A missing first output, which the GPU engine replaces by scratch, is one: the
+// estimator refuses to be given no place for it.
+TEST(HostTaskFrame, EstimatorFailureReachesTheAsynchronousHandler) {
+  const auto texts = std::make_shared<std::vector<std::string>>();
+  sycl::queue q{test_queue().get_device(), [texts](const sycl::exception_list& errors) {
+                  for (const std::exception_ptr& error : errors) {
+                    try {
+                      std::rethrow_exception(error);
+                    } catch (const std::exception& e) {
+                      texts->emplace_back(e.what());
+                    }
+                  }
+                }};
+  const problem<double> p = problem_of<double>(st::layout::row_major, {{1, 2, 3, 4}});
+  for (const entry_form form : both_forms) {
+    SCOPED_TRACE(name_of(form));
+    texts->clear();
+    const outputs<double> out = run_statistic<st::method::fast, double, st::layout::row_major>(
+        q, statistic::raw_sum, form, p, {false, true, false, false});
+    q.wait_and_throw();
+    if (testing_gpu()) {
+      EXPECT_TRUE(texts->empty());
+      EXPECT_EQ(out[1], std::vector<double>{30.0});
+    } else {
+      ASSERT_EQ(texts->size(), 1U);
+      // A runtime without host tasks carries the text of the failure, with its own prefix.
+      EXPECT_TRUE(ends_with(texts->front(), "vorlex::orv::stats: computation error"))
+          << texts->front();
+    }
+  }
+  // A buffer of no elements stays absent after a call has seen it.
+  texts->clear();
+  std::vector<double> values = {1, 2, 3, 4}, sum2(1, -1.0);
+  {
+    sycl::buffer<double, 1> none{sycl::range<1>(0)};
+    const st::dataset<st::layout::row_major, sycl::buffer<double, 1>> data(
+        1, 4, sycl::buffer<double, 1>(values.data(), sycl::range<1>(4)));
+    for (int call = 0; call < 2; ++call) {
+      st::raw_sum<st::method::fast, double, st::layout::row_major>(
+          q, data, none, sycl::buffer<double, 1>(sum2.data(), sycl::range<1>(1)), none, none);
+    }
+    q.wait_and_throw();
+  }
+  EXPECT_EQ(texts->size(), testing_gpu() ? 0U : 2U);
+  EXPECT_EQ(sum2[0], testing_gpu() ? 30.0 : -1.0);
+}
+
+// A call on buffers comes after the commands submitted before it on those buffers and before
+// those submitted after it, on every road.
+TEST(HostTaskFrame, OrderedByItsBuffersAgainstOtherCommands) {
+  std::vector<double> values(6, 0.0);
+  std::vector<double> mean(2, -1.0);
+  {
+    sycl::buffer<double, 1> x(values.data(), sycl::range<1>(values.size()));
+    sycl::buffer<double, 1> result(mean.data(), sycl::range<1>(mean.size()));
+    test_queue().submit([&](sycl::handler& cgh) {
+      sycl::accessor written(x, cgh, sycl::write_only);
+      vorlex::orv::stats::detail::cpu::host_command(cgh, [written] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        for (std::size_t i = 0; i < 6; ++i) {
+          written[i] = static_cast<double>(i + 1);
+        }
+      });
+    });
+    const st::dataset<st::layout::row_major, sycl::buffer<double, 1>> data(2, 3, x);
+    st::mean<st::method::fast, double, st::layout::row_major>(test_queue(), data, result);
+    test_queue().submit([&](sycl::handler& cgh) {
+      sycl::accessor read_and_doubled(result, cgh, sycl::read_write);
+      vorlex::orv::stats::detail::cpu::host_command(cgh, [read_and_doubled] {
+        read_and_doubled[0] *= 2;
+        read_and_doubled[1] *= 2;
+      });
+    });
+  }
+  EXPECT_EQ(mean, (std::vector<double>{4.0, 10.0}));
 }
 
 }  // namespace

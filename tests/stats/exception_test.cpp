@@ -36,7 +36,7 @@ TEST(ExceptionText, DerivedKindsPrefixTheirInfo) {
 }
 
 TEST(ExceptionText, DeviceKindsNameTheDevice) {
-  const sycl::device device{sycl::gpu_selector_v};
+  const sycl::device device{sycl::default_selector_v};
   const std::string name = device.get_info<sycl::info::device::name>();
   EXPECT_EQ(std::string(vorlex::orv::unsupported_device("stats", "min", device).what()),
             "vorlex::orv::stats::min: unsupported device: " + name);
@@ -58,7 +58,7 @@ TEST(ExceptionText, CopiesKeepTheText) {
 // exception.
 template <typename Caught>
 bool caught_from_library() {
-  sycl::queue queue{sycl::gpu_selector_v};
+  sycl::queue queue{sycl::default_selector_v};
   try {
     vorlex::orv::stats::mean<vorlex::orv::stats::method::fast, float,
                              vorlex::orv::stats::layout::row_major>(

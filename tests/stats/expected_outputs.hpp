@@ -26,8 +26,11 @@ struct dimension_expectations {
   std::array<quad, 5> central_terms{};  // sum of w (|x| + |centre|)^k, k = 0..4
 };
 
+// The GPU engine floors the extremes (a minimum never above the largest finite value, a maximum
+// never below the smallest positive normal one); the estimator of a CPU queue does not.
 template <typename T>
-std::vector<dimension_expectations> expectations_for(const problem<T>& p, st::layout layout);
+std::vector<dimension_expectations> expectations_for(const problem<T>& p, st::layout layout,
+                                                     bool floored_extremes);
 
 // Output k of statistic s; user_mean says which form ran.
 expectation expected_output(statistic s, std::size_t k, const dimension_expectations& e,

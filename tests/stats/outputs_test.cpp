@@ -31,8 +31,8 @@ problem<T> sample_problem(st::layout l, std::int64_t n_dims, std::int64_t n_obs)
 template <typename T>
 void expect_outputs_match(statistic s, const problem<T>& p, st::layout l, const outputs<T>& out,
                           const output_mask& given) {
-  const auto expected = expectations_for(p, l);
-  const double epsilons = allowed_epsilons(p.n_obs, gpu_group_size());
+  const auto expected = expectations_for(p, l, testing_gpu());
+  const double epsilons = allowed_epsilons(p.n_obs, test_group_size());
   for (std::size_t k = 0; k < output_count(s); ++k) {
     if (!given[k]) {
       EXPECT_TRUE(out[k].empty());
@@ -47,7 +47,8 @@ void expect_outputs_match(statistic s, const problem<T>& p, st::layout l, const 
 }
 
 // Each optional output alone and in every combination, the first output absent included: the
-// outputs that are given hold their statistic whatever else is asked for.
+// outputs that are given hold their statistic whatever else is asked for. (On a CPU queue the
+// estimator refuses a missing first output: see the CPU road's failures in errors_test.)
 TEST(OptionalOutputs, EveryCombinationWritesWhatIsGiven) {
   for (const statistic s : {statistic::raw_sum, statistic::raw_moment, statistic::central_sum,
                             statistic::central_moment}) {
@@ -62,6 +63,9 @@ TEST(OptionalOutputs, EveryCombinationWritesWhatIsGiven) {
           for (std::size_t k = 0; k < count; ++k) {
             given[k] = (bits >> k) & 1U;
           }
+          if (!given[0] && !testing_gpu()) {
+            continue;
+          }
           SCOPED_TRACE(name_of(s) + " " + name_of(form) + (user_mean ? " user mean" : "") +
                        " outputs " + std::to_string(bits));
           problem<double> p = sample_problem<double>(st::layout::col_major, 3, 45);
@@ -69,7 +73,7 @@ TEST(OptionalOutputs, EveryCombinationWritesWhatIsGiven) {
             p.user_mean = {2.5, 6.5, 9.0};
           }
           const outputs<double> out =
-              run_statistic<st::method::fast, double, st::layout::col_major>(gpu_queue(), s, form,
+              run_statistic<st::method::fast, double, st::layout::col_major>(test_queue(), s, form,
                                                                              p, given);
           expect_outputs_match(s, p, st::layout::col_major, out, given);
         }
@@ -86,12 +90,12 @@ TEST(Selection, AllZeroWritesNothingAndLastOnlyWritesTheLast) {
       const float poison = -777.0F;
       p.indices = {0, 0, 0, 0};
       outputs<float> out =
-          run_statistic<st::method::fast, float, st::layout::row_major>(gpu_queue(), s, form, p);
+          run_statistic<st::method::fast, float, st::layout::row_major>(test_queue(), s, form, p);
       for (std::size_t k = 0; k < output_count(s); ++k) {
         EXPECT_EQ(out[k], std::vector<float>(4, poison)) << "output " << k;
       }
       p.indices = {0, 0, 0, 1};
-      out = run_statistic<st::method::fast, float, st::layout::row_major>(gpu_queue(), s, form, p);
+      out = run_statistic<st::method::fast, float, st::layout::row_major>(test_queue(), s, form, p);
       for (std::size_t k = 0; k < output_count(s); ++k) {
         EXPECT_EQ(std::vector<float>(out[k].begin(), out[k].begin() + 3),
                   std::vector<float>(3, poison))
@@ -111,9 +115,9 @@ TEST(MethodTwo, SameResultsAsMethodOne) {
       SCOPED_TRACE(name_of(s) + " " + name_of(form));
       const problem<double> p = sample_problem<double>(st::layout::row_major, 3, 77);
       const auto fast =
-          run_statistic<st::method::fast, double, st::layout::row_major>(gpu_queue(), s, form, p);
+          run_statistic<st::method::fast, double, st::layout::row_major>(test_queue(), s, form, p);
       const auto estimator = run_statistic<st::method::estimator, double, st::layout::row_major>(
-          gpu_queue(), s, form, p);
+          test_queue(), s, form, p);
       for (std::size_t k = 0; k < output_count(s); ++k) {
         ASSERT_EQ(fast[k].size(), estimator[k].size());
         EXPECT_EQ(std::memcmp(fast[k].data(), estimator[k].data(), fast[k].size() * sizeof(double)),

@@ -1,9 +1,10 @@
 // The library's boundary as its dynamic symbol table shows it: the 192 statistics entries with
 // their signatures, the 48 method 2 entries that are their method 1 twins at the same address,
 // the 8 offload entries and the 3 cache look-ups (203 exports), and nothing else but what the
-// exception classes need.
+// exception classes need. Given a reference library (a build with another SYCL implementation),
+// the same exports as that one, twins included.
 //
-// usage: tessel_stats_symbols_test NM LIBRARY
+// usage: tessel_stats_symbols_test NM LIBRARY [REFERENCE_LIBRARY]
 #include <cxxabi.h>
 #include <gtest/gtest.h>
 
@@ -22,6 +23,7 @@ namespace {
 
 std::string nm_program;
 std::string library_path;
+std::string reference_path;
 
 struct dynamic_symbol {
   std::string name;       // demangled
@@ -34,6 +36,12 @@ std::string demangle(const std::string& mangled) {
   std::unique_ptr<char, decltype(&std::free)> text(
       abi::__cxa_demangle(mangled.c_str(), nullptr, nullptr, &status), &std::free);
   return status == 0 && text ? std::string(text.get()) : mangled;
+}
+
+// An implementation may place sycl inside a namespace of its own: X::sycl::event is sycl::event.
+std::string without_implementation_namespace(const std::string& name) {
+  static const std::regex enclosing(R"(\b[A-Za-z_][A-Za-z0-9_]*::sycl::)");
+  return std::regex_replace(name, enclosing, "sycl::");
 }
 
 // sycl::buffer<T, 1, Allocator...> as sycl::buffer<T, 1>: the allocator is the runtime's
@@ -61,8 +69,8 @@ std::string without_buffer_defaults(std::string name) {
   return name;
 }
 
-std::vector<dynamic_symbol> defined_dynamic_symbols() {
-  const std::string command = nm_program + " -D --defined-only -P '" + library_path + "'";
+std::vector<dynamic_symbol> defined_dynamic_symbols(const std::string& path = library_path) {
+  const std::string command = nm_program + " -D --defined-only -P '" + path + "'";
   std::unique_ptr<FILE, decltype(&pclose)> pipe(popen(command.c_str(), "r"), &pclose);
   std::vector<dynamic_symbol> symbols;
   if (!pipe) {
@@ -74,8 +82,8 @@ std::vector<dynamic_symbol> defined_dynamic_symbols() {
     std::string name, type, address;
     fields >> name >> type >> address;
     if (!type.empty()) {
-      symbols.push_back({without_buffer_defaults(demangle(name)), type[0],
-                         std::stoul(address.empty() ? "0" : address, nullptr, 16)});
+      symbols.push_back({without_buffer_defaults(without_implementation_namespace(demangle(name))),
+                         type[0], std::stoul(address.empty() ? "0" : address, nullptr, 16)});
     }
   }
   return symbols;
@@ -249,15 +257,52 @@ TEST(Symbols, NothingElseButTheExceptionClasses) {
   EXPECT_EQ(functions, 6 * 5 + 1);
 }
 
+// Each exported name, and the names that share its address (itself included): the same names
+// and the same twins in both libraries.
+std::map<std::string, std::set<std::string>> names_with_their_twins(const std::string& path) {
+  std::map<unsigned long, std::set<std::string>> at;  // NOLINT(google-runtime-int)
+  for (const dynamic_symbol& s : defined_dynamic_symbols(path)) {
+    at[s.address].insert(s.name);
+  }
+  std::map<std::string, std::set<std::string>> result;
+  for (const auto& [address, names] : at) {
+    for (const std::string& name : names) {
+      result[name] = names;
+    }
+  }
+  return result;
+}
+
+TEST(Symbols, SameAsTheReferenceLibrary) {
+  if (reference_path.empty()) {
+    GTEST_SKIP() << "no reference library given";
+  }
+  const auto exported = names_with_their_twins(library_path);
+  const auto reference = names_with_their_twins(reference_path);
+  ASSERT_FALSE(reference.empty());
+  for (const auto& [name, twins] : reference) {
+    const auto found = exported.find(name);
+    if (found == exported.end()) {
+      ADD_FAILURE() << "not exported: " << name;
+    } else {
+      EXPECT_EQ(found->second, twins) << "other twins: " << name;
+    }
+  }
+  for (const auto& [name, twins] : exported) {
+    EXPECT_NE(reference.count(name), 0U) << "exported beyond the reference: " << name;
+  }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   ::testing::InitGoogleTest(&argc, argv);
-  if (argc != 3) {
-    std::fprintf(stderr, "usage: %s NM LIBRARY\n", argv[0]);
+  if (argc != 3 && argc != 4) {
+    std::fprintf(stderr, "usage: %s NM LIBRARY [REFERENCE_LIBRARY]\n", argv[0]);
     return 2;
   }
   nm_program = argv[1];
   library_path = argv[2];
+  reference_path = argc == 4 ? argv[3] : "";
   return RUN_ALL_TESTS();
 }

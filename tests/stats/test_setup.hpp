@@ -1,5 +1,5 @@
-// What the statistics tests share: the emulated GPU's queue, the sweep over element types and
-// layouts, and the building of test problems.
+// What the statistics tests share: the queue of the device under test, the sweep over element
+// types and layouts, and the building of test problems.
 #pragma once
 
 #include <sycl/sycl.hpp>
@@ -13,9 +13,16 @@
 
 namespace tessel::test {
 
-// The GPU queue of the process; its group size comes from TESSEL_EMU_GPU_WORK_GROUP_SIZE.
-sycl::queue& gpu_queue();
-std::size_t gpu_group_size();
+// The queue of the device that this run tests: TESSEL_TEST_DEVICE is cpu or gpu (each ctest
+// registration names one), and without it the implementation's default device. How the device
+// is shaped (its group size, a shuffle) is the SYCL implementation's own setting.
+sycl::queue& test_queue();
+std::size_t test_group_size();
+bool testing_gpu();
+
+// Whether the implementation runs a command after submit returns, so that a command can be held
+// back; a simulator that runs it inside submit cannot.
+bool commands_run_asynchronously();
 
 enum class element { f32, f64 };
 

@@ -3,12 +3,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <sstream>
 
 namespace tessel::test {
 namespace {
 
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
+using ::testing::StartsWith;
 
 struct parsed {
   cli_outcome outcome;
@@ -29,23 +32,7 @@ describe_options describe(std::vector<const char*> args) {
   return std::get<describe_options>(result.outcome.run.value());
 }
 
-TEST(CommandLine, DescribeDefaults) {
-  const describe_options options = describe({});
-  EXPECT_FALSE(options.file);
-  EXPECT_EQ(options.device, "auto");
-  EXPECT_FALSE(options.type);
-  EXPECT_FALSE(options.dims);
-  EXPECT_EQ(options.orientation, rows_are::observations);
-  EXPECT_EQ(options.output, output_format::table);
-  EXPECT_FALSE(options.all);
-  EXPECT_EQ(options.delimiter, 0);
-  EXPECT_EQ(options.header, header_mode::detect);
-  EXPECT_EQ(options.missing, missing_policy::skip);
-  EXPECT_EQ(options.precision, 6);
-  EXPECT_FALSE(options.one_pass);
-}
-
-TEST(CommandLine, DescribeEveryOption) {
+TEST(CommandLine, EveryOptionReachesItsField) {
   const describe_options options =
       describe({"data.csv",    "--device", "emulated gpu", "--type",
                 "float",       "--dims",   "0,2-3",        "--weights-column",
@@ -59,66 +46,51 @@ TEST(CommandLine, DescribeEveryOption) {
   EXPECT_EQ(options.type, element_type::f32);
   EXPECT_EQ(options.dims, "0,2-3");
   EXPECT_EQ(options.weights_column, "w");
-  EXPECT_FALSE(options.weights_file);
   EXPECT_EQ(options.mean_file, "m.csv");
   EXPECT_EQ(options.orientation, rows_are::dimensions);
   EXPECT_EQ(options.output, output_format::json);
-  EXPECT_TRUE(options.all);
+  EXPECT_TRUE(options.all && options.one_pass);
   EXPECT_EQ(options.delimiter, '\t');
   EXPECT_EQ(options.header, header_mode::absent);
   EXPECT_EQ(options.missing, missing_policy::error);
   EXPECT_EQ(options.precision, 0);
-  EXPECT_TRUE(options.one_pass);
   EXPECT_EQ(describe({"--type=double", "--weights", "w.csv"}).weights_file, "w.csv");
   EXPECT_EQ(describe({"--precision", "17"}).precision, 17);
+  EXPECT_TRUE(std::holds_alternative<devices_options>(*parse({"devices"}).outcome.run));
+  const parsed help = parse({"describe", "--help"});
+  EXPECT_FALSE(help.outcome.run);
+  EXPECT_EQ(help.outcome.exit_code, 0);
+  EXPECT_THAT(help.out, HasSubstr("on a GPU           the mean first"));
 }
 
-TEST(CommandLine, Devices) {
-  const parsed result = parse({"devices"});
-  ASSERT_TRUE(result.outcome.run);
-  EXPECT_TRUE(std::holds_alternative<devices_options>(*result.outcome.run));
-}
-
-TEST(CommandLine, HelpExitsZero) {
-  const parsed result = parse({"describe", "--help"});
-  EXPECT_FALSE(result.outcome.run);
-  EXPECT_EQ(result.outcome.exit_code, 0);
-  EXPECT_THAT(result.out, HasSubstr("--weights-column"));
-  EXPECT_THAT(result.out, HasSubstr("on a GPU           the mean first"));
-}
-
+// One line on stderr that names what is wrong, and status 2.
 TEST(CommandLine, UsageErrorsExitTwoWithOneLine) {
-  for (const std::vector<const char*>& args : std::vector<std::vector<const char*>>{
-           {},
-           {"frobnicate"},
-           {"describe", "--type", "quad"},
-           {"describe", "--output", "xml"},
-           {"describe", "--rows-are", "columns"},
-           {"describe", "--delimiter", "|"},
-           {"describe", "--bogus"},
-           {"describe", "a.csv", "b.csv"},
-           {"describe", "--weights", "w.csv", "--weights-column", "w"},
-           {"describe", "--dims"},
-           {"describe", "--missing", "drop"},
-           {"describe", "--precision", "0"},
-           {"describe", "--precision", "18"},
-           {"describe", "--precision", "6x"}}) {
+  const std::vector<std::pair<std::vector<const char*>, const char*>> cases = {
+      {{}, ""},
+      {{"frobnicate"}, "subcommand"},
+      {{"describe", "--type", "quad"}, "quad"},
+      {{"describe", "--output", "xml"}, "xml"},
+      {{"describe", "--rows-are", "columns"}, "columns"},
+      {{"describe", "--delimiter", "|"}, "|"},
+      {{"describe", "--bogus"}, "--bogus"},
+      {{"describe", "a.csv", "b.csv"}, "b.csv"},
+      {{"describe", "--weights", "w.csv", "--weights-column", "w"}, "excludes"},
+      {{"describe", "--dims"}, "--dims"},
+      {{"describe", "--missing", "drop"}, "drop"},
+      {{"describe", "--precision", "0"},
+       "give a number of significant digits from 1 to 17, or full"},
+      {{"describe", "--precision", "18"}, "--precision"},
+      {{"describe", "--precision", "6x"}, "--precision"}};
+  for (const auto& [args, says] : cases) {
     const parsed result = parse(args);
     SCOPED_TRACE(result.err);
     EXPECT_FALSE(result.outcome.run);
     EXPECT_EQ(result.outcome.exit_code, 2);
-    EXPECT_THAT(result.err, ::testing::StartsWith("tessel: "));
-    EXPECT_THAT(result.err, ::testing::EndsWith(" (see tessel --help)\n"));
+    EXPECT_THAT(result.err, StartsWith("tessel: "));
+    EXPECT_THAT(result.err, HasSubstr(says));
+    EXPECT_THAT(result.err, EndsWith(" (see tessel --help)\n"));
     EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1);
   }
-}
-
-TEST(CommandLine, UsageErrorsSayWhatIsWrong) {
-  EXPECT_THAT(parse({"describe", "--type", "quad"}).err, HasSubstr("quad"));
-  EXPECT_THAT(parse({"describe", "--weights", "w", "--weights-column", "1"}).err,
-              HasSubstr("excludes"));
-  EXPECT_THAT(parse({"describe", "--precision", "0"}).err,
-              HasSubstr("give a number of significant digits from 1 to 17, or full"));
 }
 
 }  // namespace

@@ -27,63 +27,38 @@ std::string parse_error(std::string_view text, csv_options options = {}) {
   return data_error_text([&] { parse(text, options); });
 }
 
-TEST(CsvHeader, NamesWhenACellIsNeitherANumberNorMissing) {
+// Default options with one field set.
+template <auto Field, class Value>
+csv_options with(Value value) {
+  csv_options options;
+  options.*Field = value;
+  return options;
+}
+
+TEST(CsvShape, HeaderDelimiterAndQuotes) {
   const csv_table table = parse("a,b\n1,2\n3,4\n");
   EXPECT_THAT(table.names, ElementsAre("a", "b"));
-  EXPECT_EQ(table.n_rows, 2);
-  EXPECT_EQ(table.n_columns, 2);
   EXPECT_THAT(cells(table), ElementsAre(1, 2, 3, 4));
+  // A header is a first row with a cell that is neither a number nor missing.
   EXPECT_THAT(parse("year,2019\n1,2\n").names, ElementsAre("year", "2019"));
-  EXPECT_TRUE(parse("1,2\n3,4").names.empty());
-  const csv_table data = parse("1,,NA\n3,4,5\n");
-  EXPECT_TRUE(data.names.empty());
-  EXPECT_EQ(data.n_rows, 2);
-  EXPECT_EQ(data.missing_cells, 2);
-}
-
-TEST(CsvHeader, ForcedEitherWay) {
-  csv_options present;
-  present.header = header_mode::present;
-  EXPECT_THAT(parse("1,2\n3,4\n", present).names, ElementsAre("1", "2"));
-  csv_options absent;
-  absent.header = header_mode::absent;
-  EXPECT_EQ(parse_error("x,y\n1,2\n", absent), "t.csv:1:1: non-numeric cell \"x\"");
-}
-
-TEST(CsvHeader, QuotedNamesKeepDelimitersQuotesAndLineBreaks) {
-  const csv_table table = parse("\"a,b\",\"say \"\"hi\"\"\",\"two\nlines\"\n1,2,3\n4,5,6\n");
-  EXPECT_THAT(table.names, ElementsAre("a,b", "say \"hi\"", "two\nlines"));
-  // The line break inside the quoted name counts: the bad cell stands on line 4.
-  EXPECT_EQ(parse_error("\"a\",\"two\nlines\"\n1,2\n4,x\n"), "t.csv:4:3: non-numeric cell \"x\"");
-}
-
-TEST(CsvDelimiter, DetectedFromTheFirstLine) {
+  EXPECT_TRUE(parse("1,,NA\n3,4,5\n").names.empty());
+  EXPECT_THAT(parse("1,2\n3,4\n", with<&csv_options::header>(header_mode::present)).names,
+              ElementsAre("1", "2"));
+  EXPECT_THAT(parse("\"a,b\",\"say \"\"hi\"\"\",\"two\nlines\"\n1,2,3\n").names,
+              ElementsAre("a,b", "say \"hi\"", "two\nlines"));
   EXPECT_EQ(parse("a;b;c\n1;2;3\n").delimiter, ';');
   EXPECT_EQ(parse("a\tb\n1\t2\n").delimiter, '\t');
-  EXPECT_EQ(parse("1,5\n2,5\n").delimiter, ',');
-  EXPECT_EQ(parse("1\n2\n").n_columns, 1);
-  // Delimiters inside quotes do not count.
-  EXPECT_EQ(parse("\"a;b;c\",d\n1,2\n").delimiter, ',');
-  EXPECT_THAT(cells(parse("a\tb\n 1\t2 \n")), ElementsAre(1, 2));
-}
-
-TEST(CsvDelimiter, ForcedDelimiterWins) {
-  csv_options options;
-  options.delimiter = ';';
-  const csv_table table = parse("a,x;b\n1;2\n", options);
-  EXPECT_THAT(table.names, ElementsAre("a,x", "b"));
-}
-
-TEST(CsvText, LineEndingsBlanksMarksAndQuotedNumbers) {
+  EXPECT_EQ(parse("\"a;b;c\",d\n1,2\n").delimiter, ',');  // delimiters in quotes do not count
+  EXPECT_THAT(parse("a,x;b\n1;2\n", with<&csv_options::delimiter>(';')).names,
+              ElementsAre("a,x", "b"));
   EXPECT_THAT(cells(parse("\xef\xbb\xbfx,y\r\n1 , 2\r\n\r\n\n  \"3\",+4\r\n")),
               ElementsAre(1, 2, 3, 4));
 }
 
-TEST(CsvText, NumbersAreCorrectlyRoundedForTheirType) {
-  csv_options single;
-  single.type = element_type::f32;
-  const csv_table table = parse("0.1,16777217,1e-45,-inf\n", single);
-  EXPECT_THAT(elements<float>(table.cells, 4),
+TEST(CsvShape, NumbersAreCorrectlyRoundedForTheirType) {
+  const csv_table single =
+      parse("0.1,16777217,1e-45,-inf\n", with<&csv_options::type>(element_type::f32));
+  EXPECT_THAT(elements<float>(single.cells, 4),
               ElementsAre(0.1f, 16777216.0f, std::numeric_limits<float>::denorm_min(),
                           -std::numeric_limits<float>::infinity()));
   const std::vector<double> values = cells(parse("0.1,1e-400,nan,2.5E+3\n"));
@@ -93,31 +68,7 @@ TEST(CsvText, NumbersAreCorrectlyRoundedForTheirType) {
   EXPECT_EQ(values[3], 2500.0);
 }
 
-TEST(CsvErrors, EveryMessageNamesFileLineAndColumn) {
-  EXPECT_EQ(parse_error(""), "t.csv:1:1: empty file");
-  EXPECT_EQ(parse_error("\n \n\r\n"), "t.csv:1:1: empty file");
-  EXPECT_EQ(parse_error("a,b\n"), "t.csv:2:1: no data rows after the header");
-  EXPECT_EQ(parse_error("a,b\n1,2\n3,abc\n"), "t.csv:3:3: non-numeric cell \"abc\"");
-  EXPECT_EQ(parse_error("a,b\n1,2\n3,1.5.2\n"), "t.csv:3:3: non-numeric cell \"1.5.2\"");
-  EXPECT_EQ(parse_error("a;b\n1,5;2\n"),
-            "t.csv:2:1: non-numeric cell \"1,5\" (tessel reads decimal points, not decimal "
-            "commas)");
-  EXPECT_EQ(parse_error("a,b\n1,2,3,4\n"), "t.csv:2:5: ragged row: 4 cells where line 1 has 2");
-  EXPECT_EQ(parse_error("a,b,c\n1,2,3\n1,2\n"),
-            "t.csv:3:4: ragged row: 2 cells where line 1 has 3");
-  // Too short to be a whole row, so no room was made for it (found by the fuzz target).
-  EXPECT_EQ(parse_error("a,b,c\ninf"), "t.csv:2:4: ragged row: 1 cells where line 1 has 3");
-  EXPECT_EQ(parse_error("1,2\n3,\"4\n"), "t.csv:2:3: unterminated quoted cell");
-  EXPECT_EQ(parse_error("1,2\n3,\"4\"x\n"), "t.csv:2:6: unexpected \"x\" after a closing quote");
-  EXPECT_EQ(parse_error("1,2\n1,\"2\"\"\"\n"), "t.csv:2:3: non-numeric cell \"2\\x22\\x22\"");
-  csv_options single;
-  single.type = element_type::f32;
-  EXPECT_EQ(parse_error("1\n1e39\n", single),
-            "t.csv:2:1: number \"1e39\" is out of range for float");
-  EXPECT_EQ(parse_error("1\n-1e309\n"), "t.csv:2:1: number \"-1e309\" is out of range for double");
-}
-
-TEST(CsvMissing, MarkersBecomeNaNAndAreCounted) {
+TEST(CsvMissing, MarkersBecomeNaNAndAreCountedApartFromWeights) {
   const csv_table table = parse(
       "a,b\nNA,1\nN/A,2\nn/a,3\n#N/A,4\n<NA>,5\nnull,6\nNULL,7\nNone,8\nnan,9\n-NaN,10\n,11\n"
       "\"\",12\n\"NA\",13\n");
@@ -128,60 +79,64 @@ TEST(CsvMissing, MarkersBecomeNaNAndAreCounted) {
     EXPECT_TRUE(std::isnan(values[2 * row])) << row;
     EXPECT_EQ(values[2 * row + 1], static_cast<double>(row + 1));
   }
-  // A marker is no header name, and a missing weight is counted apart.
-  csv_options weighted;
-  weighted.weights_column = "0";
-  const csv_table data = parse("NA,1\n2,\n", weighted);
+  const csv_table data = parse("NA,1\n2,\n", with<&csv_options::weights_column>("0"));
   EXPECT_TRUE(data.names.empty());
   EXPECT_EQ(data.missing_weights, 1);
   EXPECT_EQ(data.missing_cells, 1);
 }
 
-TEST(CsvMissing, OrRefusedWhereTheyStand) {
-  csv_options strict;
-  strict.missing = missing_policy::error;
-  EXPECT_EQ(parse_error("a,b\n1,\n", strict), "t.csv:2:3: empty cell");
-  EXPECT_EQ(parse_error("a,b\n1,2\n NA ,4\n", strict), "t.csv:3:2: missing value \"NA\"");
-  EXPECT_EQ(parse_error("a,b\n1,nan\n", strict), "t.csv:2:3: missing value \"nan\"");
-}
-
-TEST(CsvErrors, CellTextIsCutAndEscapedInMessages) {
-  const std::string long_cell(100, 'z');
-  EXPECT_EQ(parse_error("1\n" + long_cell + "\n"),
-            "t.csv:2:1: non-numeric cell \"" + std::string(40, 'z') + "\"...");
-  EXPECT_EQ(parse_error(std::string("1\n\x01\xff\n", 5)),
-            "t.csv:2:1: non-numeric cell \"\\x01\\xff\"");
+TEST(CsvErrors, EveryMessageNamesFileLineAndColumn) {
+  const csv_options absent = with<&csv_options::header>(header_mode::absent);
+  const csv_options single = with<&csv_options::type>(element_type::f32);
+  const csv_options strict = with<&csv_options::missing>(missing_policy::error);
+  const std::vector<std::tuple<std::string, csv_options, std::string>> cases = {
+      {"", {}, "1:1: empty file"},
+      {"\n \n\r\n", {}, "1:1: empty file"},
+      {"a,b\n", {}, "2:1: no data rows after the header"},
+      {"x,y\n1,2\n", absent, "1:1: non-numeric cell \"x\""},
+      {"a,b\n1,2\n3,1.5.2\n", {}, "3:3: non-numeric cell \"1.5.2\""},
+      {"a;b\n1,5;2\n",
+       {},
+       "2:1: non-numeric cell \"1,5\" (tessel reads decimal points, not decimal commas)"},
+      {"\"a\",\"two\nlines\"\n1,2\n4,x\n", {}, "4:3: non-numeric cell \"x\""},
+      {"a,b\n1,2,3,4\n", {}, "2:5: ragged row: 4 cells where line 1 has 2"},
+      {"a,b,c\n1,2,3\n1,2\n", {}, "3:4: ragged row: 2 cells where line 1 has 3"},
+      // Too short to be a whole row, so no room was made for it (found by the fuzz target).
+      {"a,b,c\ninf", {}, "2:4: ragged row: 1 cells where line 1 has 3"},
+      {"1,2\n3,\"4\n", {}, "2:3: unterminated quoted cell"},
+      {"1,2\n3,\"4\"x\n", {}, "2:6: unexpected \"x\" after a closing quote"},
+      {"1,2\n1,\"2\"\"\"\n", {}, "2:3: non-numeric cell \"2\\x22\\x22\""},
+      {"1\n" + std::string(100, 'z') + "\n",
+       {},
+       "2:1: non-numeric cell \"" + std::string(40, 'z') + "\"..."},
+      {std::string("1\n\x01\xff\n", 5), {}, "2:1: non-numeric cell \"\\x01\\xff\""},
+      {"1\n1e39\n", single, "2:1: number \"1e39\" is out of range for float"},
+      {"1\n-1e309\n", {}, "2:1: number \"-1e309\" is out of range for double"},
+      {"a,b\n1,\n", strict, "2:3: empty cell"},
+      {"a,b\n1,2\n NA ,4\n", strict, "3:2: missing value \"NA\""},
+      {"a,b\n1,nan\n", strict, "2:3: missing value \"nan\""}};
+  for (const auto& [text, options, message] : cases) {
+    EXPECT_EQ(parse_error(text, options), "t.csv:" + message);
+  }
 }
 
 TEST(CsvWeightsColumn, ByNameOrNumberAndNoLongerADimension) {
-  csv_options by_name;
-  by_name.weights_column = "w";
-  const csv_table table = parse("x,w,y\n1,10,2\n3,30,4\n", by_name);
+  const csv_table table = parse("x,w,y\n1,10,2\n3,30,4\n", with<&csv_options::weights_column>("w"));
   EXPECT_THAT(table.names, ElementsAre("x", "y"));
-  EXPECT_EQ(table.n_columns, 2);
   EXPECT_THAT(cells(table), ElementsAre(1, 2, 3, 4));
   EXPECT_THAT(elements<double>(table.weights, 2), ElementsAre(10, 30));
-
-  csv_options by_number;
-  by_number.weights_column = "0";
-  const csv_table headerless = parse("5,1,2\n6,3,4\n", by_number);
+  const csv_table headerless = parse("5,1,2\n6,3,4\n", with<&csv_options::weights_column>("0"));
   EXPECT_THAT(cells(headerless), ElementsAre(1, 2, 3, 4));
   EXPECT_THAT(elements<double>(headerless.weights, 2), ElementsAre(5, 6));
-}
-
-TEST(CsvWeightsColumn, MissingColumnIsAUsageError) {
-  csv_options options;
-  options.weights_column = "w";
-  EXPECT_EQ(usage_error_text([&] { parse("x,y\n1,2\n", options); }),
-            "--weights-column: t.csv has no column named \"w\"");
-  EXPECT_EQ(usage_error_text([&] { parse("1,2\n", options); }),
-            "--weights-column: t.csv has no column named \"w\" (it has no header row)");
-  options.weights_column = "2";
-  EXPECT_EQ(usage_error_text([&] { parse("1,2\n", options); }),
-            "--weights-column: t.csv has no column 2 (it has 2, counted from 0)");
-  options.weights_column = "0";
-  EXPECT_EQ(usage_error_text([&] { parse("1\n2\n", options); }),
-            "--weights-column: t.csv has only that column, no dimension would be left");
+  const std::vector<std::tuple<std::string, std::string, std::string>> refused = {
+      {"x,y\n1,2\n", "w", "no column named \"w\""},
+      {"1,2\n", "w", "no column named \"w\" (it has no header row)"},
+      {"1,2\n", "2", "no column 2 (it has 2, counted from 0)"},
+      {"1\n2\n", "0", "only that column, no dimension would be left"}};
+  for (const auto& [text, column, message] : refused) {
+    EXPECT_EQ(usage_error_text([&] { parse(text, with<&csv_options::weights_column>(column)); }),
+              "--weights-column: t.csv has " + message);
+  }
 }
 
 // Counts what the parser asks for.
@@ -199,29 +154,26 @@ struct recording_resource : std::pmr::memory_resource {
   bool do_is_equal(const memory_resource& other) const noexcept override { return this == &other; }
 };
 
+// The cells once, no second copy of the data; and since a row of n cells takes n bytes at
+// least, no more than a double per byte of text, however many blank lines there are.
 TEST(CsvMemory, OneAllocationSizedByTheRowsThatCanBeThere) {
   std::string text = "a,b,c\n";
-  for (int row = 0; row < 1000; ++row)
+  for (int row = 0; row < 1000; ++row) {
     text += "1,2,3\n";
+  }
   recording_resource recorded;
   progress silent;
-  const csv_table table = parse_csv(text, "t.csv", {}, recorded, silent);
-  EXPECT_EQ(table.n_rows, 1000);
-  EXPECT_EQ(recorded.allocations, 1u);  // the cells once, no second copy of the data
+  EXPECT_EQ(parse_csv(text, "t.csv", {}, recorded, silent).n_rows, 1000);
+  EXPECT_EQ(recorded.allocations, 1u);
   EXPECT_EQ(recorded.bytes, 1000u * 3 * sizeof(double));
-}
-
-// A row of n cells takes n bytes at least (all of them missing), so no more than a double per
-// byte of text, however many blank lines there are.
-TEST(CsvMemory, BlankLinesUnderAWideHeaderAskForLittle) {
-  std::string text;
-  for (int column = 0; column < 500; ++column)
-    text += "c" + std::to_string(column) + ",";
-  text += "last\n" + std::string(10000, '\n');
-  recording_resource recorded;
-  progress silent;
-  EXPECT_THROW(parse_csv(text, "t.csv", {}, recorded, silent), data_error);
-  EXPECT_LE(recorded.largest, sizeof(double) * text.size());
+  std::string wide;
+  for (int column = 0; column < 500; ++column) {
+    wide += "c" + std::to_string(column) + ",";
+  }
+  wide += "last\n" + std::string(10000, '\n');
+  recording_resource blank;
+  EXPECT_THROW(parse_csv(wide, "t.csv", {}, blank, silent), data_error);
+  EXPECT_LE(blank.largest, sizeof(double) * wide.size());
 }
 
 // Read in chunks of a few bytes on three threads, a text gives the table or the first error
@@ -235,21 +187,28 @@ struct read_outcome {
   std::vector<double> values;  // the cells, then the weights
   std::int64_t rows = 0, missing = 0;
   std::string error;
+  bool operator==(const read_outcome& other) const {
+    return error == other.error && rows == other.rows && missing == other.missing &&
+           std::equal(
+               values.begin(), values.end(), other.values.begin(), other.values.end(),
+               [](double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); });
+  }
 };
 
 read_outcome read_in_chunks(const std::string& text, std::size_t chunk_bytes) {
-  csv_options options;
+  csv_options options = with<&csv_options::threads>(3u);
   options.chunk_bytes = chunk_bytes;
-  options.threads = 3;
-  if (text.starts_with("w,"))
+  if (text.starts_with("w,")) {
     options.weights_column = "w";
+  }
   read_outcome outcome;
   outcome.error = data_error_text([&] {
     const csv_table table = parse(text, options);
     outcome.values = cells(table);
     for (const double weight :
-         elements<double>(table.weights, table.weights.empty() ? 0 : table.n_rows))
+         elements<double>(table.weights, table.weights.empty() ? 0 : table.n_rows)) {
       outcome.values.push_back(weight);
+    }
     outcome.rows = table.n_rows;
     outcome.missing = table.missing_cells + table.missing_weights;
   });
@@ -258,17 +217,7 @@ read_outcome read_in_chunks(const std::string& text, std::size_t chunk_bytes) {
 
 TEST_P(CsvChunks, GiveWhatTheWholeTextGives) {
   const auto& [text, chunk_bytes] = GetParam();
-  const read_outcome whole = read_in_chunks(text, text.size() + 1);
-  const read_outcome chunked = read_in_chunks(text, chunk_bytes);
-  EXPECT_EQ(chunked.error, whole.error);
-  EXPECT_EQ(chunked.rows, whole.rows);
-  EXPECT_EQ(chunked.missing, whole.missing);
-  ASSERT_EQ(chunked.values.size(), whole.values.size());
-  for (std::size_t k = 0; k < whole.values.size(); ++k) {
-    EXPECT_TRUE(chunked.values[k] == whole.values[k] ||
-                (std::isnan(chunked.values[k]) && std::isnan(whole.values[k])))
-        << k;
-  }
+  EXPECT_TRUE(read_in_chunks(text, chunk_bytes) == read_in_chunks(text, text.size() + 1));
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -86,8 +86,9 @@ void expect_reference(const json& shown, const dimension_reference& ref) {
       {"central_moment3", ref.moment3, spread3},
       {"central_moment4", ref.moment4, 0},
   };
-  for (const auto& [key, exact, scale] : expected)
+  for (const auto& [key, exact, scale] : expected) {
     EXPECT_TRUE(near_reference<T>(shown_value<T>(shown, key), exact, eps, scale)) << key;
+  }
   EXPECT_EQ(shown_value<T>(shown, "min"), static_cast<T>(to_long_double(ref.min)));
   EXPECT_EQ(shown_value<T>(shown, "max"), static_cast<T>(to_long_double(ref.max)));
 }
@@ -109,12 +110,14 @@ std::vector<std::vector<T>> make_columns() {
 template <class T>
 std::string write_data(const scratch_dir& dir, std::vector<std::vector<T>> columns, source kind,
                        weighting weights, const std::vector<T>& weight_values) {
-  if (weights == weighting::column)
+  if (weights == weighting::column) {
     columns.insert(columns.begin() + 1, weight_values);
+  }
   if (kind == source::npy_fortran) {
     std::string bytes;
-    for (const auto& column : columns)
+    for (const auto& column : columns) {
       bytes += raw_bytes(column, false);
+    }
     return dir.write("data.npy",
                      npy_file(fmt::format("{{'descr': '{}', 'fortran_order': True, "
                                           "'shape': ({}, {}), }}",
@@ -125,13 +128,15 @@ std::string write_data(const scratch_dir& dir, std::vector<std::vector<T>> colum
   if (kind == source::csv_by_observation) {
     text = weights == weighting::column ? "a,w,b,c\n" : "a,b,c\n";
     for (std::size_t i = 0; i < n_obs; ++i) {
-      for (std::size_t c = 0; c < columns.size(); ++c)
+      for (std::size_t c = 0; c < columns.size(); ++c) {
         text += fmt::format("{}{}", c ? "," : "", columns[c][i]);
+      }
       text += '\n';
     }
   } else {
-    for (const auto& column : columns)
+    for (const auto& column : columns) {
       text += fmt::format("{}\n", fmt::join(column, ";"));
+    }
   }
   return dir.write("data.csv", text);
 }
@@ -156,10 +161,12 @@ void check_case(const describe_case& param) {
   const std::vector<T> user_mean = {static_cast<T>(1.25), 0, static_cast<T>(0.75)};
   std::vector<std::string> args = {write_data(dir, columns, kind, weights, weight_values),
                                    "--device", device, "--type", std::string(name_of(type))};
-  if (kind == source::csv_by_dimension)
+  if (kind == source::csv_by_dimension) {
     args.insert(args.end(), {"--rows-are", "dimensions"});
-  if (weights == weighting::column)
+  }
+  if (weights == weighting::column) {
     args.insert(args.end(), {"--weights-column", "1"});
+  }
   if (weights == weighting::file) {
     args.insert(
         args.end(),
@@ -186,8 +193,9 @@ void check_case(const describe_case& param) {
   EXPECT_EQ(document["layout"], kind == source::csv_by_observation ? "col_major" : "row_major");
 
   std::vector<T> matrix;
-  for (const auto& column : columns)
+  for (const auto& column : columns) {
     matrix.insert(matrix.end(), column.begin(), column.end());
+  }
   const std::vector<std::int64_t> selection = {1, 0, 1};
   matrix_input<T> input;
   input.values = matrix.data();
@@ -299,8 +307,9 @@ void check_missing(const std::string& device) {
   const json& b = document["dimensions"][1];
   const json& c = document["dimensions"][2];
   EXPECT_EQ(b["count"], 0);
-  for (const char* key : {"mean", "variance", "skewness", "min", "median", "max"})
+  for (const char* key : {"mean", "variance", "skewness", "min", "median", "max"}) {
     EXPECT_TRUE(b[key].is_null()) << key;
+  }
 
   // Each dimension as if its present observations were all there was.
   const auto reference_of = [](std::vector<T> values, std::vector<T> weights) {

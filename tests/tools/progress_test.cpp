@@ -11,8 +11,9 @@ namespace {
 std::string contents(std::FILE* file) {
   std::rewind(file);
   std::string text;
-  for (int c = std::fgetc(file); c != EOF; c = std::fgetc(file))
+  for (int c = std::fgetc(file); c != EOF; c = std::fgetc(file)) {
     text += static_cast<char>(c);
+  }
   return text;
 }
 
@@ -21,8 +22,9 @@ TEST(Progress, OneLineRewrittenInPercentStepsThenCleared) {
   ASSERT_NE(out, nullptr);
   {
     progress shown("big.csv", 1000, out);
-    for (std::uint64_t done = 0; done <= 1000; done += 5)
+    for (std::uint64_t done = 0; done <= 1000; done += 5) {
       shown.update(done);
+    }
   }
   const std::string text = contents(out);
   std::fclose(out);

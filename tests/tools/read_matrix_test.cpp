@@ -5,14 +5,12 @@
 
 #include <tuple>
 
-#include "sample_data.hpp"
 #include "tool_test_support.hpp"
 
 namespace tessel::test {
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::StartsWith;
 
 // Element (d, i) as the library addresses the matrix.
 double at(const matrix& m, std::int64_t d, std::int64_t i) {
@@ -71,91 +69,44 @@ INSTANTIATE_TEST_SUITE_P(All, ReadMatrixLayout,
                                                               rows_are::dimensions)),
                          reading_name);
 
-TEST(ReadMatrix, NamesFromTheHeaderOnlyWhenRowsAreObservations) {
+// Names come from the header only when rows are observations; a 1-D array is one dimension
+// either way round; the kind of file comes from its magic, else from its extension.
+TEST(ReadMatrix, NamesOneDimensionalArraysAndKinds) {
   const scratch_dir dir;
-  const std::string path = dir.write("h.csv", "x,y,z\n1,2,3\n");
-  EXPECT_THAT(read_matrix(path, {}, heap()).names, ElementsAre("x", "y", "z"));
+  const std::string header = dir.write("h.csv", "x,y,z\n1,2,3\n");
+  EXPECT_THAT(read_matrix(header, {}, heap()).names, ElementsAre("x", "y", "z"));
   read_options by_dimension;
   by_dimension.orientation = rows_are::dimensions;
-  EXPECT_THAT(read_matrix(path, by_dimension, heap()).names, ElementsAre("0"));
-}
-
-TEST(ReadMatrix, OneDimensionalArrayIsOneDimensionEitherWay) {
-  const scratch_dir dir;
-  const std::string path =
-      dir.write("v.npy", npy_file("{'descr': '<f4', 'fortran_order': False, 'shape': (3,), }",
+  EXPECT_THAT(read_matrix(header, by_dimension, heap()).names, ElementsAre("0"));
+  const std::string vector =
+      dir.write("v.txt", npy_file("{'descr': '<f4', 'fortran_order': False, 'shape': (3,), }",
                                   raw_bytes<float>({1, 2, 3}, false)));
-  for (const rows_are orientation : {rows_are::observations, rows_are::dimensions}) {
-    read_options options;
-    options.orientation = orientation;
-    const matrix m = read_matrix(path, options, heap());
+  for (const read_options& options : {read_options{}, by_dimension}) {
+    const matrix m = read_matrix(vector, options, heap());
     EXPECT_EQ(m.type, element_type::f32);
     EXPECT_EQ(m.n_dims, 1);
     EXPECT_EQ(m.n_observations, 3);
   }
 }
 
-TEST(ReadMatrix, KindComesFromTheMagicOrTheExtension) {
-  const scratch_dir dir;
-  const std::string npy_named_txt =
-      dir.write("data.txt", npy_file("{'descr': '<f8', 'fortran_order': False, 'shape': (1,), }",
-                                     raw_bytes<double>({4}, false)));
-  EXPECT_EQ(read_matrix(npy_named_txt, {}, heap()).n_observations, 1);
-  const std::string csv_named_npy = dir.write("data.npy", "1,2\n");
-  EXPECT_EQ(data_error_text([&] { read_matrix(csv_named_npy, {}, heap()); }),
-            csv_named_npy + ": not a .npy file (it does not start with \\x93NUMPY)");
-}
-
 TEST(ReadMatrix, FilesThatCannotBeRead) {
   const scratch_dir dir;
-  const std::string missing = dir.path("missing.csv");
-  EXPECT_EQ(data_error_text([&] { read_matrix(missing, {}, heap()); }),
-            missing + ": cannot open: No such file or directory");
-  EXPECT_EQ(data_error_text([&] { read_matrix(dir.path(""), {}, heap()); }),
-            dir.path("") + ": is a directory");
-  EXPECT_EQ(data_error_text([&] { read_matrix("/dev/null", {}, heap()); }),
-            "/dev/null: not a regular file (tessel maps files, it cannot read a pipe or a device)");
+  const std::string csv_named_npy = dir.write("data.npy", "1,2\n");
   const std::string empty = dir.write("empty.csv", "");
-  EXPECT_EQ(data_error_text([&] { read_matrix(empty, {}, heap()); }), empty + ":1:1: empty file");
-}
-
-TEST(ReadMatrix, WeightsColumnNeedsRowsAsObservations) {
-  const scratch_dir dir;
-  read_options options;
-  options.orientation = rows_are::dimensions;
-  options.weights_column = "0";
-  EXPECT_THAT(usage_error_text([&] { read_matrix(dir.write("w.csv", "1,2\n"), options, heap()); }),
-              StartsWith("--weights-column needs rows read as observations"));
-}
-
-TEST(ReadValues, OneRowOrOneColumn) {
-  const scratch_dir dir;
-  const value_list column = read_values(dir.write("c.csv", "w\n1\n2\n3\n"), element_type::f64,
-                                        "--weights", missing_policy::skip, heap());
-  EXPECT_EQ(column.count, 3);
-  EXPECT_THAT(elements<double>(column.values, 3), ElementsAre(1, 2, 3));
-  const value_list row = read_values(dir.write("r.csv", "4;5\n"), element_type::f32, "--mean",
-                                     missing_policy::skip, heap());
-  EXPECT_THAT(elements<float>(row.values, 2), ElementsAre(4.0f, 5.0f));
   const std::string square = dir.write("s.csv", "1,2\n3,4\n");
+  const std::vector<std::pair<std::string, std::string>> cases = {
+      {dir.path("missing.csv"), ": cannot open: No such file or directory"},
+      {dir.path(""), ": is a directory"},
+      {"/dev/null", ": not a regular file (tessel maps files, it cannot read a pipe or a device)"},
+      {empty, ":1:1: empty file"},
+      {csv_named_npy, ": not a .npy file (it does not start with \\x93NUMPY)"}};
+  for (const auto& [path, message] : cases) {
+    EXPECT_EQ(data_error_text([&] { read_matrix(path, {}, heap()); }), path + message);
+  }
   EXPECT_EQ(data_error_text([&] {
               read_values(square, element_type::f64, "--mean", missing_policy::skip, heap());
             }),
             square + ": --mean needs one row or one column of values, the file has 2 rows of 2");
-}
-
-TEST(SampleDataset, FoundInTheSourceTreeAndBesideAnInstall) {
-  const std::string from_source = find_sample_dataset("/nonexistent/bin/tessel");
-  const matrix sample = read_matrix(from_source, {}, heap());
-  EXPECT_EQ(sample.n_dims, 4);
-  EXPECT_EQ(sample.n_observations, 48);
-  EXPECT_EQ(sample.names.front(), "temperature_c");
-
-  const scratch_dir prefix;
-  std::filesystem::create_directories(prefix.path("share/tessel"));
-  std::filesystem::create_directories(prefix.path("bin"));
-  const std::string installed = prefix.write("share/tessel/sample.csv", "1\n");
-  EXPECT_EQ(find_sample_dataset(prefix.path("bin/tessel")), installed);
 }
 
 }  // namespace

@@ -39,8 +39,9 @@ inline std::string slurp(const std::string& path) {
 // `folder` receives the two captured streams.
 inline tool_run run_tessel(const std::vector<std::string>& args, const std::string& folder) {
   std::string command = shell_quoted(TESSEL_BINARY);
-  for (const std::string& arg : args)
+  for (const std::string& arg : args) {
     command += " " + shell_quoted(arg);
+  }
   const std::string out = folder + "/stdout.txt";
   const std::string err = folder + "/stderr.txt";
   command += " >" + shell_quoted(out) + " 2>" + shell_quoted(err) + " </dev/null";

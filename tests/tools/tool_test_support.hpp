@@ -24,8 +24,9 @@ class scratch_dir {
     const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
     std::string name = std::string(info->test_suite_name()) + "." + info->name();
     for (char& c : name) {
-      if (c == '/')
+      if (c == '/') {
         c = '_';
+      }
     }
     path_ = std::filesystem::path(::testing::TempDir()) / ("tessel_tool_" + name);
     std::filesystem::remove_all(path_);
@@ -48,8 +49,9 @@ class scratch_dir {
 inline std::string npy_file(const std::string& dictionary, const std::string& data, int major = 1) {
   const std::size_t prefix = major == 1 ? 10 : 12;
   std::string header = dictionary;
-  while ((prefix + header.size() + 1) % 64 != 0)
+  while ((prefix + header.size() + 1) % 64 != 0) {
     header += ' ';
+  }
   header += '\n';
   std::string bytes = std::string("\x93NUMPY", 6) + static_cast<char>(major) + '\0';
   const std::uint32_t length = static_cast<std::uint32_t>(header.size());
@@ -66,8 +68,9 @@ std::string raw_bytes(const std::vector<T>& values, bool big_endian) {
   for (const T value : values) {
     char buffer[sizeof(T)];
     std::memcpy(buffer, &value, sizeof(T));
-    if (big_endian)
+    if (big_endian) {
       std::reverse(buffer, buffer + sizeof(T));
+    }
     bytes.append(buffer, sizeof(T));
   }
   return bytes;

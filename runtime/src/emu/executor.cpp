@@ -7,6 +7,10 @@
 #include <memory>
 #include <string>
 
+#if TESSEL_SANITIZE_ADDRESS
+#include <sanitizer/asan_interface.h>
+#endif
+
 #include "group_runner.hpp"
 #include "shuffle.hpp"
 #include "sycl/exception.hpp"
@@ -46,9 +50,63 @@ constexpr std::size_t chunks_per_worker = 8;
 // the previous group left.
 constexpr int local_memory_poison = 0xFF;
 
-// The GPU engine reads one block of a group's scalars (one per work-item)
-// past its request; the arena has room for it past the largest request.
+// The arena has room for a block of a group's scalars (one per work-item)
+// past the largest request, so that a kernel that overruns its request by
+// that much corrupts nothing of the runtime's; the checking mode reports it.
 constexpr std::size_t largest_scalar = 16;
+
+// The checking mode: the arena past the request holds a pattern while the
+// group runs (and, under AddressSanitizer, is poisoned, so that a read there
+// is reported too); afterwards the last byte that differs from the pattern is
+// the end of what the group wrote.
+class local_memory_check {
+ public:
+  local_memory_check(bool on, char* arena, std::size_t request, std::size_t size)
+      : on_(on), arena_(arena), request_(request), size_(size) {
+    if (!on_)
+      return;
+    std::memset(arena_ + request_, pattern, size_ - request_);
+#if TESSEL_SANITIZE_ADDRESS
+    ASAN_POISON_MEMORY_REGION(arena_ + request_, size_ - request_);
+#endif
+  }
+  local_memory_check(const local_memory_check&) = delete;
+  local_memory_check& operator=(const local_memory_check&) = delete;
+  ~local_memory_check() {
+    unpoison();
+  }
+
+  // An error if group `group` wrote past its request.
+  std::exception_ptr verdict(std::size_t group) {
+    if (!on_)
+      return nullptr;
+    unpoison();
+    std::size_t end = size_;
+    while (end > request_ && static_cast<unsigned char>(arena_[end - 1]) == pattern)
+      --end;
+    if (end == request_)
+      return nullptr;
+    return std::make_exception_ptr(sycl::exception(
+        make_error_code(errc::kernel),
+        "work-group " + std::to_string(group) + " wrote local memory up to byte " +
+            std::to_string(end) + ", past its request of " + std::to_string(request_) + " bytes"));
+  }
+
+ private:
+  static constexpr unsigned char pattern = 0xA5;
+
+  void unpoison() {
+#if TESSEL_SANITIZE_ADDRESS
+    if (on_)
+      ASAN_UNPOISON_MEMORY_REGION(arena_ + request_, size_ - request_);
+#endif
+  }
+
+  bool on_;
+  char* arena_;
+  std::size_t request_;
+  std::size_t size_;
+};
 
 }  // namespace
 
@@ -160,13 +218,18 @@ void executor::work(job& j) {
     const std::size_t index = j.seed != 0 ? j.order(unit) : unit;
     if (j.nd != nullptr) {
       worker_state& state = this_thread_state();
-      char* arena =
-          state.arena_of(settings_.local_mem_size + settings_.max_work_group_size * largest_scalar);
+      const std::size_t arena_size =
+          settings_.local_mem_size + settings_.max_work_group_size * largest_scalar;
+      char* arena = state.arena_of(arena_size);
       std::memset(arena, local_memory_poison, j.nd->local_mem_bytes);
+      local_memory_check check(settings_.check_local_memory, arena, j.nd->local_mem_bytes,
+                               arena_size);
       const std::uint64_t item_seed = j.seed != 0 ? mix(j.seed ^ mix(index)) | 1 : 0;
-      if (std::exception_ptr e = state.runner.run(*j.nd, index, j.units, arena, item_seed)) {
+      std::exception_ptr e = state.runner.run(*j.nd, index, j.units, arena, item_seed);
+      if (!e)
+        e = check.verdict(index);
+      if (e)
         j.fail(std::move(e));
-      }
     } else {
       const std::size_t first = index * j.chunk;
       const std::size_t last = std::min(j.flat->size, first + j.chunk);

@@ -77,6 +77,7 @@ executor_settings settings_for(const device_limits& limits, std::uint64_t shuffl
   s.local_mem_size = limits.local_mem_size;
   s.compute_units = std::max<std::uint32_t>(1, limits.max_compute_units);
   s.shuffle_seed = shuffle_seed;
+  s.check_local_memory = read_number("TESSEL_EMU_CHECK_LOCAL_MEMORY", 0, 0, 1) != 0;
   return s;
 }
 

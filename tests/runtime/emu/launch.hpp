@@ -9,7 +9,7 @@
 #include <sycl/detail/kernel_launch.hpp>
 #include <sycl/sycl.hpp>
 
-namespace tessel_test {
+namespace tessel::test {
 
 template <typename Kernel>
 void run_nd(sycl::detail::device_backend& device, std::size_t global, std::size_t local,
@@ -43,8 +43,9 @@ void run_range(sycl::detail::device_backend& device, std::size_t size, const Ker
 class scoped_env {
  public:
   scoped_env(const char* name, const std::string& value) : name_(name) {
-    if (const char* old = std::getenv(name))
+    if (const char* old = std::getenv(name)) {
       old_ = old;
+    }
     setenv(name, value.c_str(), 1);
   }
   scoped_env(const scoped_env&) = delete;
@@ -68,4 +69,4 @@ T* local_memory(std::size_t byte_offset = 0) {
   return reinterpret_cast<T*>(sycl::detail::current_local_arena() + byte_offset);
 }
 
-}  // namespace tessel_test
+}  // namespace tessel::test

@@ -12,9 +12,10 @@
 namespace tessel {
 namespace {
 
-// The emulated GPU runs on the host's backend; only a GPU of another backend is real.
+// An emulated GPU (the bundled runtime's, a simulator's) runs on the host and is slow: it says so
+// by its aspect, and auto and gpu leave it to be chosen by name.
 bool is_real_gpu(const sycl::device& device) {
-  return device.is_gpu() && device.get_backend() != sycl::backend::ext_tessel_host;
+  return device.is_gpu() && !device.has(sycl::aspect::emulated);
 }
 
 std::string name_of(const sycl::device& device) {

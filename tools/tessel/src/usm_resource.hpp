@@ -14,8 +14,10 @@ class usm_resource : public std::pmr::memory_resource {
   explicit usm_resource(sycl::queue queue) : queue_(std::move(queue)) {}
 
  private:
+  // Some allocators take only sizes that are a multiple of the alignment.
   void* do_allocate(std::size_t bytes, std::size_t alignment) override {
-    void* const memory = sycl::aligned_alloc_shared(alignment, bytes, queue_);
+    const std::size_t rounded = (bytes + alignment - 1) / alignment * alignment;
+    void* const memory = sycl::aligned_alloc_shared(alignment, rounded, queue_);
     if (memory == nullptr)
       throw std::bad_alloc();
     return memory;

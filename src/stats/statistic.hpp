@@ -1,7 +1,7 @@
-// What an entry needs to know about its statistic. Each statistic's header states its row in
+// What an entry needs to know about its statistic. Each statistic's header describes it in
 // these terms; the frame in entry_frame.hpp does everything else.
 //
-// A row is a struct with:
+// A statistic's description is a struct with:
 //   name                       the statistic's name, the function of every exception it throws
 //   outputs, absent[]          the output rule and the texts of its checks
 //   engine                     the GPU engine that computes it
