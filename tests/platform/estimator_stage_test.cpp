@@ -317,12 +317,16 @@ const ss_threading_entry* backwards_table() {
 // What a blocked reduction shared among threads can get wrong. The sizes lie around the
 // module's cache block (256 KiB: 32768 doubles, 65536 floats, 2048 observations of a group of
 // 16 dimensions), its task (four blocks) and the tails of its vectors.
-enum class pattern { skewed, trend, weight_in_one_block };
+// Jumps move the mean by thousands of spreads from one column-major block to the next, and
+// within row-major blocks; a bad start puts the first 256 observations of each task a thousand
+// spreads out, so that a guess at a block's mean from its first observations is far off.
+enum class pattern { skewed, trend, weight_in_one_block, jumps, bad_start };
 struct blocked_case {
   const char* name;
   std::int64_t n_dims, n_obs;
   storage layout;
   pattern kind;
+  bool selected = false;
 };
 const blocked_case blocked_cases[] = {
     {"RowBlockLess1", 1, 32767, storage::row_major, pattern::skewed},
@@ -331,10 +335,14 @@ const blocked_case blocked_cases[] = {
     {"RowTaskPlus1", 2, 131072 + 1, storage::row_major, pattern::skewed},
     {"RowTrend", 1, 300007, storage::row_major, pattern::trend},
     {"RowWeightInOneBlock", 1, 150000, storage::row_major, pattern::weight_in_one_block},
+    {"RowJumps", 1, 300007, storage::row_major, pattern::jumps},
+    {"RowBadStart", 2, 2 * 131072 + 9, storage::row_major, pattern::bad_start},
     {"ColShortLastBlock", 16, 3 * 2048 + 7, storage::col_major, pattern::skewed},
     {"ColTwoGroupsShortLastBlock", 19, 2 * 2048 + 3, storage::col_major, pattern::skewed},
     {"ColTrend", 5, 30011, storage::col_major, pattern::trend},
     {"ColWeightInOneBlock", 3, 30000, storage::col_major, pattern::weight_in_one_block},
+    {"ColJumpsSelected", 16, 5 * 2048 + 1, storage::col_major, pattern::jumps, true},
+    {"ColBadStart", 7, 3 * 8192 + 5, storage::col_major, pattern::bad_start},
 };
 
 void PrintTo(const blocked_case& c, std::ostream* os) {
@@ -355,6 +363,13 @@ class BlockedSums : public ::testing::TestWithParam<blocked_param> {
         T& x = call.x[element_index(c.layout, c.n_dims, c.n_obs, d, i)];
         if (c.kind == pattern::trend)
           x = static_cast<T>(static_cast<double>(x) + 1e-5 * static_cast<double>(i * i));
+        if (c.kind == pattern::jumps) {
+          // Uneven steps, so that the third moment is not lost to a symmetry of the levels.
+          const auto step = static_cast<double>(i / 2048 % 4);
+          x = static_cast<T>(static_cast<double>(x) + 1e3 * step * step);
+        }
+        if (c.kind == pattern::bad_start && i % 8192 < 256)
+          x = static_cast<T>(static_cast<double>(x) + 1e3);
         sum += static_cast<double>(x);
       }
       if (method == SS_METHOD_USER_MEAN)
@@ -364,6 +379,8 @@ class BlockedSums : public ::testing::TestWithParam<blocked_param> {
       call.weights.assign(static_cast<std::size_t>(c.n_obs), T(1e-6));
       std::fill(call.weights.begin() + 20000, call.weights.begin() + 21000, T(1e6));
     }
+    if (c.selected)
+      call.select_with_gaps();
     ASSERT_EQ(call.run(method), 0);
     call.expect_near_reference(tolerance<T>);
     const auto first = call.out;

@@ -4,6 +4,7 @@
 #include "lane_sums.hpp"
 
 #include <algorithm>
+#include <cmath>
 #include <iterator>
 #include <type_traits>
 
@@ -28,9 +29,9 @@ struct step_sums {
   double_double central[std::max(QB, 1)][max_group_dims];
 };
 
-// One step: the power sums of block a, which comes from memory, and the central sums of block b
-// about centre[k], which the step before brought into cache, side by side. Either block may
-// have no observations.
+// One step: the power sums of block a and the sums of the deviations of block b from centre[k],
+// side by side; a and b are the same block on its read from memory, and b alone on a second
+// pass in cache. Either block may have no observations.
 template <class V, int Raw, int Central, bool Weighted, class T>
 TESSEL_INLINE void step(const block_view<T>& a, const block_view<T>& b, const double* centre,
                         step_sums<power_quantities(Raw, Weighted), Central>& out) {
@@ -100,10 +101,35 @@ TESSEL_INLINE void step(const block_view<T>& a, const block_view<T>& b, const do
   }
 }
 
+// A guessed centre rounded to 26 significant bits. Deviations of data on a coarse grid (integers,
+// say) from it are then exact, so data whose central sums are exact keep them exact; the guess
+// moves by a few parts in 1e8 of the mean, which the test for a far mean allows for.
+inline double short_centre(double c) {
+  if (!std::isfinite(c))
+    return c;
+  int exponent = 0;
+  const double significand = std::frexp(c, &exponent);
+  return std::ldexp(std::nearbyint(std::ldexp(significand, 26)), exponent - 26);
+}
+
+// A centre near the mean of observations [i0, i1) of dimension d, for the first block of a part:
+// the mean of its first few observations.
+template <class T>
+double first_centre(const observations<T>& data, std::int64_t d, std::int64_t i0, std::int64_t i1) {
+  const std::int64_t n = std::min<std::int64_t>(i1 - i0, 256);
+  const double share = 1.0 / static_cast<double>(n);
+  double centre = 0.0;
+  for (std::int64_t i = i0; i < i0 + n; ++i)
+    centre += static_cast<double>(data.x[data.shape.offset(d, i)]) * share;
+  return short_centre(centre);
+}
+
 // Observations [i0, i1) of dimensions [d0, d1), block by block, merged in order into out. Each
-// block is read from memory once: its power sums are taken in the step that also takes the
-// central sums of the block before it, which is still in cache; its own central sums, about a
-// centre near its mean, in the next step. Without central sums the part is one block.
+// block is read from memory once, for its power sums and the sums of its deviations from a
+// centre: the caller's mean, or else a guess at the block's mean (the mean of the blocks before
+// it). Where the block's own mean turns out far from the guess beside its spread, the
+// deviations would lose digits when moved to it, so they are summed again about that mean while
+// the block is still in cache. Without central sums the part is one block.
 template <class V, int Raw, int Central, bool Weighted, class T>
 TESSEL_INLINE void reduce_part(const observations<T>& data, const sums_request<T>& what,
                                std::int64_t d0, std::int64_t d1, std::int64_t i0, std::int64_t i1,
@@ -117,49 +143,67 @@ TESSEL_INLINE void reduce_part(const observations<T>& data, const sums_request<T
                        : given      ? centring::given_centre
                                     : centring::own_mean;
   const std::int64_t block_length = Central > 0 ? cache_block_length(dims, sizeof(T)) : i1 - i0;
-  const auto block_at = [&](std::int64_t b0) {
-    const std::int64_t n = std::max<std::int64_t>(0, std::min(block_length, i1 - b0));
-    const std::int64_t first = std::min(b0, i1 - 1);
-    return block_view<T>{data.x + shape.offset(d0, first),
-                         Weighted ? data.weights + first : nullptr, n, dims, shape.obs_stride};
-  };
-  partial_sums sums[max_group_dims];  // of the block whose central sums are still to come
   double centre[max_group_dims] = {};
-  block_view<T> previous = block_at(i1);  // none yet
-  for (std::int64_t b0 = i0;; b0 += block_length) {
-    const block_view<T> current = block_at(b0);
-    step_sums<QA, Central> found;
-    step<V, Raw, Central, Weighted>(current, previous, centre, found);
-    if (previous.n > 0) {
-      for (int k = 0; k < dims; ++k) {
-        if constexpr (Central > 0) {
-          double_double d[4] = {};
-          for (int j = 0; j < Central; ++j)
-            d[j] = found.central[j][k];
-          if (given) {
-            sums[k].mean = {centre[k], 0.0};
-            for (int j = 0; j < 3; ++j)
-              sums[k].central[j] = d[j + 1];
-          } else {
-            centre_on_own_mean(centre[k], d, sums[k]);
-          }
-        }
-        merge(out[k], sums[k], how);
-      }
+  if constexpr (Central > 0) {
+    for (int k = 0; k < dims; ++k) {
+      centre[k] =
+          given ? static_cast<double>(what.user_mean[d0 + k]) : first_centre(data, d0 + k, i0, i1);
     }
-    if (current.n == 0)
-      break;
+  }
+  for (std::int64_t b0 = i0; b0 < i1; b0 += block_length) {
+    const block_view<T> block{data.x + shape.offset(d0, b0), Weighted ? data.weights + b0 : nullptr,
+                              std::min(block_length, i1 - b0), dims, shape.obs_stride};
+    step_sums<QA, Central> found;
+    step<V, Raw, Central, Weighted>(block, block, centre, found);
+    partial_sums sums[max_group_dims];
     for (int k = 0; k < dims; ++k) {
       partial_sums& s = sums[k];
-      s = partial_sums{};
-      s.w = Weighted ? found.power[0][k] : double_double{static_cast<double>(current.n), 0.0};
+      s.w = Weighted ? found.power[0][k] : double_double{static_cast<double>(block.n), 0.0};
       s.w2 = Weighted ? found.power[1][k] : s.w;
       for (int j = 0; j < Raw; ++j)
         s.raw[j] = found.power[first_raw + j][k];
-      // The centre need only be near the mean: the sums about it are moved to the exact mean.
-      centre[k] = given ? static_cast<double>(what.user_mean[d0 + k]) : s.raw[0].hi / s.w.hi;
     }
-    previous = current;
+    if constexpr (Central > 0) {
+      if (!given) {
+        // Far: delta^2 > D2 / (16 W), with delta = D1 / W the distance of the mean from the
+        // centre, so that the terms that move the sums to the mean stay small beside them.
+        bool far = false;
+        double own[max_group_dims];
+        for (int k = 0; k < dims; ++k) {
+          const double w = sums[k].w.hi;
+          const double delta = found.central[0][k].hi / w;
+          own[k] = short_centre(centre[k] + delta);
+          far = far || 16.0 * delta * delta * w > found.central[1][k].hi;
+        }
+        if (far) {
+          block_view<T> none = block;
+          none.n = 0;
+          step_sums<power_quantities(0, Weighted), Central> again;
+          step<V, 0, Central, Weighted>(none, block, own, again);
+          for (int k = 0; k < dims; ++k) {
+            centre[k] = own[k];
+            for (int j = 0; j < Central; ++j)
+              found.central[j][k] = again.central[j][k];
+          }
+        }
+      }
+      for (int k = 0; k < dims; ++k) {
+        double_double d[4] = {};
+        for (int j = 0; j < Central; ++j)
+          d[j] = found.central[j][k];
+        if (given) {
+          sums[k].mean = {centre[k], 0.0};
+          for (int j = 0; j < 3; ++j)
+            sums[k].central[j] = d[j + 1];
+        } else {
+          centre_on_own_mean(centre[k], d, sums[k]);
+          // The next block is guessed to lie where this one does.
+          centre[k] = short_centre(sums[k].mean.hi);
+        }
+      }
+    }
+    for (int k = 0; k < dims; ++k)
+      merge(out[k], sums[k], how);
   }
 }
 
@@ -180,14 +224,12 @@ TESSEL_TARGET_AVX2 void reduce_part_avx2(const observations<T>& data, const sums
 
 template <class T>
 std::vector<partial_sums> basic_sums(const observations<T>& data, const sums_request<T>& what) {
-  const bool own_mean = what.central_degree > 0 && what.user_mean == nullptr;
-  const int raw = own_mean ? std::max(what.raw_degree, 1) : what.raw_degree;
   const centring how = what.central_degree == 0    ? centring::none
                        : what.user_mean != nullptr ? centring::given_centre
                                                    : centring::own_mean;
   const bool avx2 = avx2_enabled();
   std::vector<partial_sums> result;
-  with_raw_degree(raw, [&](auto r) {
+  with_raw_degree(what.raw_degree, [&](auto r) {
     with_central_degree(what.central_degree, [&](auto c) {
       with_weights(data.weights != nullptr, [&](auto weighted) {
         result = reduce_parts<partial_sums>(

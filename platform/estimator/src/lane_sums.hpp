@@ -5,9 +5,8 @@
 // so the sums keep their accuracy while the loops carry no dependency from one addition to the
 // next beyond their own lane.
 //
-// Two kinds of sums are taken: power sums, of the data read from memory, and central sums about
-// a centre, of data already in cache. The loops take both side by side, so that memory is read
-// all the time while the arithmetic of the central sums is done.
+// Two kinds of sums are taken: power sums, and central sums about a centre. The loops take both
+// side by side, over the same rows or over two stretches.
 #pragma once
 
 #include "double_double.hpp"

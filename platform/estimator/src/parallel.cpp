@@ -3,9 +3,9 @@
 namespace tessel::estimator {
 namespace {
 
-// A block is read from memory once and worked on again while it stays in the second-level cache,
-// beside the next one being read; large enough that the merges of blocks, one per dimension of a
-// column-major group, cost little beside the loops. A task reads a megabyte, enough to outweigh
+// A block is read from memory once, and where its mean is far from the guess summed again while
+// it stays in the second-level cache; large enough that the merges of blocks, one per dimension of
+// a column-major group, cost little beside the loops. A task reads a megabyte, enough to outweigh
 // the cost of handing it out and small enough for two cores to share the work evenly.
 constexpr std::int64_t cache_block_bytes = 256 * 1024;
 constexpr std::int64_t task_bytes = 1024 * 1024;
