@@ -1,14 +1,14 @@
-// Statistics on a CPU queue against the time it takes to read their data once: a summing loop
-// with eight independent accumulators on every hardware thread, over the same array, measured in
-// the same run. Beside them, GSL's and Boost.Accumulators' kurtosis on one thread, and NumPy,
-// SciPy and pandas (python_peers.py) on the same values. Then the cost of one call on small data.
+// Statistics on a CPU queue against the time it takes to read their data once: a summing loop with
+// eight independent accumulators on every hardware thread, over the same array, measured in the
+// same run. Beside them, GSL's and Boost.Accumulators' kurtosis on one thread, and NumPy, SciPy and
+// pandas (python_peers.py) on the same values. Then the cost of one call on small data.
 //
 //   tessel_cpu_bench [--runs N] [--quick] [--no-peers] [--no-python]
 //
 // Every figure is the best of N runs (default 5; peers: 2) and is printed as time over the read
 // bound of its data. Element k of the array in memory order is 5 + 2 sqrt(12) (u - 1/2), with u
-// uniform in [0, 1) from splitmix64 of k: mean 5, standard deviation 2; float data are those
-// values rounded to float.
+// uniform in [0, 1) from splitmix64 of k: mean 5, standard deviation 2; float data are those values
+// rounded to float.
 #include <gsl/gsl_statistics_double.h>
 #include <gsl/gsl_statistics_float.h>
 #include <boost/accumulators/accumulators.hpp>
@@ -99,11 +99,13 @@ T sum_slice(const T* x, std::size_t n) {
   T a[8] = {};
   std::size_t i = 0;
   for (; i + 8 <= n; i += 8) {
-    for (int k = 0; k < 8; ++k)
+    for (int k = 0; k < 8; ++k) {
       a[k] += x[i + static_cast<std::size_t>(k)];
+    }
   }
-  for (; i < n; ++i)
+  for (; i < n; ++i) {
     a[0] += x[i];
+  }
   return ((a[0] + a[1]) + (a[2] + a[3])) + ((a[4] + a[5]) + (a[6] + a[7]));
 }
 
@@ -121,8 +123,9 @@ double read_bound_seconds(const T* x, std::size_t n, int runs) {
       });
     }
     partial[0] = sum_slice(x, std::min(n, slice));
-    for (auto& w : workers)
+    for (auto& w : workers) {
       w.join();
+    }
     sink = static_cast<double>(partial[0]);
   });
 }
@@ -191,13 +194,15 @@ void time_peers(const usm_array<T>& x, std::int64_t n_dims, bool row_major, int 
     std::vector<kurtosis_set> sets(dims);
     if (row_major) {
       for (std::size_t d = 0; d < dims; ++d) {
-        for (std::size_t i = 0; i < n_obs; ++i)
+        for (std::size_t i = 0; i < n_obs; ++i) {
           sets[d](static_cast<double>(x.data()[d * n_obs + i]));
+        }
       }
     } else {
       for (std::size_t i = 0; i < n_obs; ++i) {
-        for (std::size_t d = 0; d < dims; ++d)
+        for (std::size_t d = 0; d < dims; ++d) {
           sets[d](static_cast<double>(x.data()[i * dims + d]));
+        }
       }
     }
     sink = ba::kurtosis(sets[0]);
@@ -208,8 +213,9 @@ template <class T>
 void time_type(sycl::queue& queue, const std::vector<shape>& shapes, std::size_t count,
                const options& opt, const char* type, std::map<std::string, row>& rows) {
   usm_array<T> x(queue, count);
-  for (std::size_t k = 0; k < count; ++k)
+  for (std::size_t k = 0; k < count; ++k) {
     x.data()[k] = static_cast<T>(observation(k));
+  }
   for (const shape& s : shapes) {
     row& r = rows[std::string(s.key) + " " + type];
     r.label = std::string(s.label) + "  " + type;
@@ -220,8 +226,9 @@ void time_type(sycl::queue& queue, const std::vector<shape>& shapes, std::size_t
     } else {
       time_library<T, st::layout::col_major>(queue, x, s.n_dims, opt.runs, r);
     }
-    if (opt.peers)
+    if (opt.peers) {
       time_peers(x, s.n_dims, s.row_major, std::min(opt.runs, 2), r);
+    }
   }
 }
 
@@ -231,8 +238,9 @@ double call_seconds(int batches, Call&& call) {
   constexpr int calls = 200;
   return best_of(batches,
                  [&] {
-                   for (int k = 0; k < calls; ++k)
+                   for (int k = 0; k < calls; ++k) {
                      call();
+                   }
                  }) /
          calls;
 }
@@ -249,8 +257,9 @@ python_results run_python(std::size_t count, const options& opt) {
                               std::to_string(count) + " --runs " +
                               std::to_string(std::min(opt.runs, 3)) + " --machine";
   std::FILE* pipe = popen(command.c_str(), "r");
-  if (pipe == nullptr)
+  if (pipe == nullptr) {
     return found;
+  }
   char line[512];
   while (std::fgets(line, sizeof line, pipe) != nullptr) {
     char kind[32], a[64], b[64], c[64];
@@ -270,24 +279,29 @@ python_results run_python(std::size_t count, const options& opt) {
 void print_throughput(const std::map<std::string, row>& rows, const std::vector<shape>& shapes,
                       const options& opt) {
   std::vector<std::string> columns = library_columns;
-  if (opt.peers)
+  if (opt.peers) {
     columns.insert(columns.end(), peer_columns.begin(), peer_columns.end());
-  if (opt.python)
+  }
+  if (opt.python) {
     columns.insert(columns.end(), python_columns.begin(), python_columns.end());
+  }
   std::printf(
       "\nTime over the read bound (both cores, eight accumulators, same array, same run)\n\n");
   std::printf("| data | read bound |");
-  for (const auto& c : columns)
+  for (const auto& c : columns) {
     std::printf(" %s |", c.c_str());
+  }
   std::printf("\n| --- | --- |");
-  for (std::size_t k = 0; k < columns.size(); ++k)
+  for (std::size_t k = 0; k < columns.size(); ++k) {
     std::printf(" --- |");
+  }
   std::printf("\n");
   for (const char* type : {"double", "float"}) {
     for (const shape& s : shapes) {
       const auto found = rows.find(std::string(s.key) + " " + type);
-      if (found == rows.end())
+      if (found == rows.end()) {
         continue;
+      }
       const row& r = found->second;
       std::printf("| %s | %.1f ms, %.1f GB/s |", r.label.c_str(), r.read_bound * 1e3,
                   r.bytes / r.read_bound * 1e-9);
@@ -305,17 +319,20 @@ void print_throughput(const std::map<std::string, row>& rows, const std::vector<
   // Float reads half the bytes of double: per byte it should cost no more.
   std::printf("\nFloat time per byte over double time per byte (library, same shape)\n\n");
   std::printf("| data |");
-  for (const auto& c : library_columns)
+  for (const auto& c : library_columns) {
     std::printf(" %s |", c.c_str());
+  }
   std::printf("\n| --- |");
-  for (std::size_t k = 0; k < library_columns.size(); ++k)
+  for (std::size_t k = 0; k < library_columns.size(); ++k) {
     std::printf(" --- |");
+  }
   std::printf("\n");
   for (const shape& s : shapes) {
     const auto f = rows.find(std::string(s.key) + " float");
     const auto d = rows.find(std::string(s.key) + " double");
-    if (f == rows.end() || d == rows.end())
+    if (f == rows.end() || d == rows.end()) {
       continue;
+    }
     std::printf("| %s |", s.label);
     for (const auto& c : library_columns) {
       const double per_byte_float = f->second.seconds.at(c) / f->second.bytes;
@@ -352,8 +369,9 @@ bool parse(int argc, char** argv, options& opt) {
 
 int main(int argc, char** argv) {
   options opt;
-  if (!parse(argc, argv, opt))
+  if (!parse(argc, argv, opt)) {
     return 2;
+  }
   sycl::queue queue{sycl::cpu_selector_v};
   const std::size_t count = opt.quick ? 5'000'000 : 50'000'000;
   const std::string per_dim = std::to_string(count / 16);
@@ -377,8 +395,9 @@ int main(int argc, char** argv) {
   std::map<long, std::pair<double, double>> latency;
   for (long n : {1000L, 10000L, 100000L}) {
     usm_array<double> x(queue, static_cast<std::size_t>(n));
-    for (long k = 0; k < n; ++k)
+    for (long k = 0; k < n; ++k) {
       x.data()[k] = observation(static_cast<std::uint64_t>(k));
+    }
     const st::dataset<st::layout::row_major, double*> data(1, n, x.data());
     double out = 0;
     const int batches = 10 * opt.runs;
@@ -394,13 +413,15 @@ int main(int argc, char** argv) {
   python_results py;
   if (opt.python) {
     py = run_python(count, opt);
-    if (!py.ran)
+    if (!py.ran) {
       std::printf("(python_peers.py did not run to the end: its columns may be missing)\n");
+    }
     for (auto& [key, r] : rows) {
       for (const auto& c : python_columns) {
         const auto t = py.throughput.find(key + " " + c);
-        if (t != py.throughput.end())
+        if (t != py.throughput.end()) {
           r.seconds[c] = t->second;
+        }
       }
     }
   }

@@ -1,12 +1,12 @@
 // The estimator module's Basic stage on one thread, in nanoseconds per element, beside a summing
-// loop with eight independent accumulators over the same array on the same thread. Given
-// several builds of the module, it runs them side by side in one process, alternating, so that
-// their figures share the machine's load.
+// loop with eight independent accumulators over the same array on the same thread. Given several
+// builds of the module, it runs them side by side in one process, alternating, so that their
+// figures share the machine's load.
 //
 //   tessel_estimator_bench [--runs N] [--obs N] [--only TEXT] MODULE...
 //
-// Every figure is the best of N runs (default 7) over 1 x obs and 16 x obs/16 observations
-// (default 8e6), mean 5 and standard deviation 2; --only keeps the rows whose name holds TEXT.
+// Every figure is the best of N runs (default 7) over 1 x obs and 16 x obs/16 observations (default
+// 8e6), mean 5 and standard deviation 2; --only keeps the rows whose name holds TEXT.
 #include "orv/ss_task.h"
 
 #include <dlfcn.h>
@@ -52,12 +52,14 @@ void read_bound(const std::vector<T>& x) {
   double acc[8] = {};
   const std::size_t n = x.size() / 8 * 8;
   for (std::size_t i = 0; i < n; i += 8) {
-    for (int k = 0; k < 8; ++k)
+    for (int k = 0; k < 8; ++k) {
       acc[k] += static_cast<double>(x[i + static_cast<std::size_t>(k)]);
+    }
   }
   double total = 0.0;
-  for (double a : acc)
+  for (double a : acc) {
     total += a;
+  }
   sink = total;
 }
 
@@ -94,8 +96,7 @@ struct module {
     }
   }
 
-  // One call of the Basic stage on one thread (no threading table) for `field` of every
-  // dimension.
+  // One call of the Basic stage on one thread (no threading table) for `field` of every dimension.
   template <class T>
   void run(const std::vector<T>& x, std::int64_t dims, std::int64_t storage, std::uint64_t mask,
            std::int64_t field, std::vector<T>& out) const {
@@ -132,8 +133,9 @@ template <class T>
 void measure(const char* type, std::int64_t obs, int runs, const std::string& only,
              const std::vector<module>& modules) {
   std::vector<T> x(static_cast<std::size_t>(obs));
-  for (std::size_t k = 0; k < x.size(); ++k)
+  for (std::size_t k = 0; k < x.size(); ++k) {
     x[k] = static_cast<T>(observation(k));
+  }
   std::vector<T> out(16);
   const workload loads[] = {
       {"mean 1 x n", 1, SS_STORAGE_ROW_MAJOR, SS_MEAN, SS_FIELD_MEAN},
@@ -143,8 +145,9 @@ void measure(const char* type, std::int64_t obs, int runs, const std::string& on
   };
   const double per_element = 1e9 / static_cast<double>(obs);
   for (const workload& w : loads) {
-    if (std::string(w.name).find(only) == std::string::npos)
+    if (std::string(w.name).find(only) == std::string::npos) {
       continue;
+    }
     std::vector<double> best(modules.size(), 1e300);
     double bound = 1e300;
     // Rounds alternate the modules and the read bound, so that each sees the same load.
@@ -157,8 +160,9 @@ void measure(const char* type, std::int64_t obs, int runs, const std::string& on
       }
     }
     std::printf("| %-6s | %-16s | %6.3f |", type, w.name, bound * per_element);
-    for (double b : best)
+    for (double b : best) {
       std::printf(" %6.3f (%4.2f) |", b * per_element, b / bound);
+    }
     std::printf("\n");
   }
 }
@@ -188,8 +192,9 @@ int main(int argc, char** argv) {
   }
   std::printf("ns per element on one thread, best of %d; in brackets, over the read bound\n", runs);
   std::printf("| type   | what             | read   |");
-  for (const module& m : modules)
+  for (const module& m : modules) {
     std::printf(" %s |", m.path.c_str());
+  }
   std::printf("\n");
   measure<double>("double", obs, runs, only, modules);
   measure<float>("float", obs, runs, only, modules);

@@ -1,5 +1,5 @@
-// What a collective costs each work-item on the emulated GPU, and a sum of
-// 1e6 doubles in two launches with groups of 256.
+// What a collective costs each work-item on the emulated GPU, and a sum of 1e6 doubles in two
+// launches with groups of 256.
 #include <benchmark/benchmark.h>
 
 #include <time.h>
@@ -9,8 +9,8 @@
 
 namespace {
 
-// CPU time of every thread of the process: the work runs on the runtime's
-// threads, and on a shared machine this is steadier than wall time.
+// CPU time of every thread of the process: the work runs on the runtime's threads, and on a shared
+// machine this is steadier than wall time.
 double process_cpu_seconds() {
   timespec t{};
   clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &t);
@@ -28,9 +28,8 @@ std::size_t group_size() {
 
 enum class collective { barrier, reduce };
 
-// k collectives per item over 1024 groups of the device's largest size; the
-// counters are wall time and CPU time (all threads) per item per collective,
-// fiber starts included.
+// k collectives per item over 1024 groups of the device's largest size; the counters are wall time
+// and CPU time (all threads) per item per collective, fiber starts included.
 template <collective Kind>
 void per_item_per_collective(benchmark::State& state) {
   const std::size_t local = group_size(), n = local * 1024;
@@ -75,8 +74,8 @@ BENCHMARK(per_item_per_collective<collective::reduce>)
     ->Unit(benchmark::kMillisecond)
     ->UseRealTime();
 
-// First launch: one partial sum per group of 256; second launch: one group
-// folds the partials, each item a strided share, then reduce_over_group.
+// First launch: one partial sum per group of 256; second launch: one group folds the partials, each
+// item a strided share, then reduce_over_group.
 void multi_group_sum(benchmark::State& state) {
   constexpr std::size_t n = 1000000, local = 256, groups = (n + local - 1) / local;
   if (group_size() < local) {
@@ -87,25 +86,29 @@ void multi_group_sum(benchmark::State& state) {
   double* x = sycl::malloc_shared<double>(n, q);
   double* partial = sycl::malloc_shared<double>(groups, q);
   double* total = sycl::malloc_shared<double>(1, q);
-  for (std::size_t i = 0; i < n; ++i)
+  for (std::size_t i = 0; i < n; ++i) {
     x[i] = static_cast<double>(i % 1000) * 0.25;
+  }
   const double expected = 1000.0 * (999.0 * 1000.0 / 2.0) * 0.25;
   for (auto _ : state) {
     q.parallel_for(sycl::nd_range<1>(groups * local, local), [=](sycl::nd_item<1> it) {
       const std::size_t i = it.get_global_id(0);
       const double s =
           sycl::reduce_over_group(it.get_group(), i < n ? x[i] : 0.0, 0.0, sycl::plus<double>());
-      if (it.get_local_id(0) == local - 1)
+      if (it.get_local_id(0) == local - 1) {
         partial[it.get_group(0)] = s;
+      }
     });
     q.wait_and_throw();
     q.parallel_for(sycl::nd_range<1>(local, local), [=](sycl::nd_item<1> it) {
       double share = 0.0;
-      for (std::size_t g = it.get_local_id(0); g < groups; g += local)
+      for (std::size_t g = it.get_local_id(0); g < groups; g += local) {
         share += partial[g];
+      }
       const double s = sycl::reduce_over_group(it.get_group(), share, 0.0, sycl::plus<double>());
-      if (it.get_local_id(0) == 0)
+      if (it.get_local_id(0) == 0) {
         *total = s;
+      }
     });
     q.wait_and_throw();
     if (*total != expected) {

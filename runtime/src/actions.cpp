@@ -57,8 +57,9 @@ class copy_action final : public command_action {
   copy_action(void* dest, const void* src, std::size_t bytes)
       : dest_(dest), src_(src), bytes_(bytes) {}
   void run() override {
-    if (bytes_ != 0)
+    if (bytes_ != 0) {
       std::memmove(dest_, src_, bytes_);
+    }
   }
 
  private:
@@ -72,8 +73,9 @@ class fill_action final : public command_action {
   fill_action(void* dest, std::vector<unsigned char> pattern, std::size_t count)
       : dest_(static_cast<unsigned char*>(dest)), pattern_(std::move(pattern)), count_(count) {}
   void run() override {
-    if (count_ == 0 || pattern_.empty())
+    if (count_ == 0 || pattern_.empty()) {
       return;
+    }
     if (pattern_.size() == 1) {
       std::memset(dest_, pattern_[0], count_);
       return;

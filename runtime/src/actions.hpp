@@ -13,8 +13,7 @@
 
 namespace sycl::detail {
 
-// The launch's kernel and requirement pointers are set to the action's own
-// copies.
+// The launch's kernel and requirement pointers are set to the action's own copies.
 std::unique_ptr<command_action> make_kernel_action(device_backend& runner, erased_object kernel,
                                                    range_launch launch,
                                                    std::vector<requirement> requirements);

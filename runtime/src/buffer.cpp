@@ -30,14 +30,16 @@ buffer_impl::buffer_impl(const buffer_init& init)
 }
 
 buffer_impl::~buffer_impl() {
-  if (owned_)
+  if (owned_) {
     ::operator delete(data_, storage_alignment);
+  }
 }
 
 void buffer_impl::release() {
   scheduler& s = scheduler::get();
-  for (const auto& user : s.users(history))
+  for (const auto& user : s.users(history)) {
     s.wait(user);
+  }
   if (write_back_ && final_data_ != nullptr && final_data_ != data_ && bytes_ != 0) {
     std::memcpy(final_data_, data_, bytes_);
   }
@@ -46,8 +48,8 @@ void buffer_impl::release() {
 std::shared_ptr<buffer_impl> make_buffer(const buffer_init& init) {
   auto storage = std::make_shared<buffer_impl>(init);
   buffer_impl* raw = storage.get();
-  // The handles share a count of their own: when it ends the buffer is
-  // released, while commands may still hold the storage itself.
+  // The handles share a count of their own: when it ends the buffer is released, while commands may
+  // still hold the storage itself.
   return std::shared_ptr<buffer_impl>(raw, [storage](buffer_impl* b) mutable {
     b->release();
     storage.reset();
@@ -67,8 +69,8 @@ void buffer_set_write_back(buffer_impl& b, bool write_back) noexcept {
 std::shared_ptr<void> acquire_host_access(buffer_impl& b, access_mode mode) {
   scheduler& s = scheduler::get();
   std::shared_ptr<event_impl> hold = s.begin_host_access(b.history, writes(mode));
-  // The token keeps the storage too, so a host accessor that outlives its
-  // buffer's handles still points at memory.
+  // The token keeps the storage too, so a host accessor that outlives its buffer's handles still
+  // points at memory.
   std::shared_ptr<buffer_impl> storage = b.shared_from_this();
   return std::shared_ptr<void>(
       hold.get(), [hold, storage](void*) mutable { scheduler::get().end_host_access(hold); });

@@ -1,5 +1,4 @@
-// What stands behind sycl::buffer: the storage and the history of the
-// commands that access it.
+// What stands behind sycl::buffer: the storage and the history of the commands that access it.
 #pragma once
 
 #include <cstddef>
@@ -22,8 +21,7 @@ class buffer_impl : public std::enable_shared_from_this<buffer_impl> {
   void set_final_data(void* destination) noexcept { final_data_ = destination; }
   void set_write_back(bool write_back) noexcept { write_back_ = write_back; }
 
-  // The last handle has gone: wait for the commands that use the storage,
-  // then write back.
+  // The last handle has gone: wait for the commands that use the storage, then write back.
   void release();
 
   access_history history;  // guarded by the scheduler's mutex

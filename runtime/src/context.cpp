@@ -51,8 +51,9 @@ platform context::get_platform() const {
 }
 std::vector<device> context::get_devices() const {
   std::vector<device> found;
-  for (const auto& d : impl_->devices())
+  for (const auto& d : impl_->devices()) {
     found.push_back(impl_access::make<device>(d));
+  }
   return found;
 }
 

@@ -20,8 +20,9 @@ class context_impl {
   const async_handler& handler() const noexcept { return handler_; }
   bool holds(const device_impl& d) const noexcept {
     for (const auto& mine : devices_) {
-      if (mine.get() == &d)
+      if (mine.get() == &d) {
         return true;
+      }
     }
     return false;
   }

@@ -25,8 +25,9 @@ bool device::is_accelerator() const {
 }
 platform device::get_platform() const {
   for (const auto& p : detail::device_registry::get().platforms()) {
-    if (p.get() == &impl_->platform())
+    if (p.get() == &impl_->platform()) {
       return impl_access::make<platform>(p);
+    }
   }
   throw exception(make_error_code(errc::runtime), "The device belongs to no known platform");
 }
@@ -45,8 +46,9 @@ std::vector<device> device::get_devices(info::device_type type) {
                         (type == info::device_type::cpu && limits.is_cpu) ||
                         (type == info::device_type::gpu && limits.is_gpu) ||
                         (type == info::device_type::accelerator && limits.is_accelerator);
-    if (wanted)
+    if (wanted) {
       found.push_back(impl_access::make<device>(d));
+    }
   }
   if (type == info::device_type::automatic) {
     found.push_back(device());
@@ -57,12 +59,15 @@ std::vector<device> device::get_devices(info::device_type type) {
 template <>
 info::device_type device::get_info<info::device::device_type>() const {
   const auto& limits = impl_->limits();
-  if (limits.is_cpu)
+  if (limits.is_cpu) {
     return info::device_type::cpu;
-  if (limits.is_gpu)
+  }
+  if (limits.is_gpu) {
     return info::device_type::gpu;
-  if (limits.is_accelerator)
+  }
+  if (limits.is_accelerator) {
     return info::device_type::accelerator;
+  }
   return info::device_type::custom;
 }
 template <>

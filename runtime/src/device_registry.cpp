@@ -17,18 +17,20 @@ struct visible_kinds {
 
 std::string trim(const std::string& s) {
   const auto first = s.find_first_not_of(" \t");
-  if (first == std::string::npos)
+  if (first == std::string::npos) {
     return {};
+  }
   const auto last = s.find_last_not_of(" \t");
   return s.substr(first, last - first + 1);
 }
 
-// TESSEL_SYCL_DEVICES: a comma-separated list of cpu, gpu (emulated) and
-// none, which adds no device; unset or blank means all.
+// TESSEL_SYCL_DEVICES: a comma-separated list of cpu, gpu (emulated) and none, which adds no
+// device; unset or blank means all.
 visible_kinds visible_from_environment() {
   const char* value = std::getenv("TESSEL_SYCL_DEVICES");
-  if (value == nullptr || trim(value).empty())
+  if (value == nullptr || trim(value).empty()) {
     return {};
+  }
   visible_kinds kinds{false, false};
   std::istringstream list(value);
   std::string item;
@@ -59,10 +61,12 @@ device_registry::device_registry() {
   const visible_kinds visible = visible_from_environment();
   auto host = std::make_shared<platform_impl>("Tessel SYCL", "Tessel", "SYCL 2020 (Tessel 0.1)",
                                               backend::ext_tessel_host);
-  if (visible.gpu)
+  if (visible.gpu) {
     host->add(std::make_shared<device_impl>(make_emulated_gpu(), true, *host));
-  if (visible.cpu)
+  }
+  if (visible.cpu) {
     host->add(std::make_shared<device_impl>(make_host_cpu_device(), false, *host));
+  }
   platforms_.push_back(host);
   for (const auto& p : platforms_) {
     devices_.insert(devices_.end(), p->devices().begin(), p->devices().end());

@@ -10,8 +10,8 @@ namespace sycl::detail {
 
 class device_registry {
  public:
-  // Throws sycl::exception (errc::runtime) while TESSEL_SYCL_DEVICES names an
-  // unknown kind of device.
+  // Throws sycl::exception (errc::runtime) while TESSEL_SYCL_DEVICES names an unknown kind of
+  // device.
   static device_registry& get();
 
   const std::vector<std::shared_ptr<platform_impl>>& platforms() const noexcept {

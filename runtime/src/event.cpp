@@ -16,26 +16,31 @@ backend event::get_backend() const noexcept {
 }
 
 void event::wait() {
-  if (impl_)
+  if (impl_) {
     detail::scheduler::get().wait(impl_);
+  }
 }
 
 void event::wait(const std::vector<event>& events) {
-  for (event e : events)
+  for (event e : events) {
     e.wait();
+  }
 }
 
 void event::wait_and_throw() {
   wait();
-  if (!impl_)
+  if (!impl_) {
     return;
-  if (auto q = impl_->origin().lock())
+  }
+  if (auto q = impl_->origin().lock()) {
     q->throw_asynchronous();
+  }
 }
 
 void event::wait_and_throw(const std::vector<event>& events) {
-  for (event e : events)
+  for (event e : events) {
     e.wait_and_throw();
+  }
 }
 
 template <>

@@ -19,8 +19,9 @@ void handler_impl::claim_action(action_kind kind) {
 }
 
 void handler_impl::add_dependency(std::shared_ptr<event_impl> e) {
-  if (e)
+  if (e) {
     deps_.push_back(std::move(e));
+  }
 }
 
 void handler_impl::add_access(access_request request) {
@@ -28,8 +29,9 @@ void handler_impl::add_access(access_request request) {
 }
 
 std::size_t handler_impl::reserve_local(std::size_t bytes_wanted, std::size_t alignment) {
-  if (alignment == 0)
+  if (alignment == 0) {
     alignment = 1;
+  }
   const std::size_t offset = (local_mem_ + alignment - 1) / alignment * alignment;
   local_mem_ = offset + bytes_wanted;
   return offset;
@@ -126,8 +128,9 @@ void handler::depends_on(event e) {
 }
 
 void handler::depends_on(const std::vector<event>& events) {
-  for (const auto& e : events)
+  for (const auto& e : events) {
     depends_on(e);
+  }
 }
 
 void handler::set_range_kernel(detail::erased_object kernel, std::size_t kernel_size,

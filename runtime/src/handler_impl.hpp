@@ -37,8 +37,8 @@ class handler_impl {
   void add_access(access_request request);
   std::size_t reserve_local(std::size_t bytes, std::size_t alignment);
 
-  // Checks the action against the device (throws errc::nd_range or
-  // errc::kernel_argument) and turns it into what the command runs.
+  // Checks the action against the device (throws errc::nd_range or errc::kernel_argument) and turns
+  // it into what the command runs.
   std::unique_ptr<command_action> take_action();
 
   const std::vector<std::shared_ptr<event_impl>>& dependencies() const noexcept { return deps_; }

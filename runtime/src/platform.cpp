@@ -23,8 +23,9 @@ backend platform::get_backend() const noexcept {
 
 bool platform::has(aspect a) const {
   for (const auto& d : impl_->devices()) {
-    if (!d->has(a))
+    if (!d->has(a)) {
       return false;
+    }
   }
   return true;
 }
@@ -32,8 +33,9 @@ bool platform::has(aspect a) const {
 std::vector<device> platform::get_devices(info::device_type type) const {
   std::vector<device> found;
   for (const device& d : device::get_devices(type)) {
-    if (&impl_access::get(d)->platform() == impl_.get())
+    if (&impl_access::get(d)->platform() == impl_.get()) {
       found.push_back(d);
+    }
   }
   return found;
 }

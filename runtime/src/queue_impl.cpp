@@ -55,8 +55,9 @@ queue_impl::queue_impl(std::shared_ptr<device_impl> d, std::shared_ptr<context_i
       in_order_(props.has_property<property::queue::in_order>()) {}
 
 queue_impl::~queue_impl() {
-  if (errors_.empty())
+  if (errors_.empty()) {
     return;
+  }
   // A destructor cannot let the handler's rethrow escape; say what it was.
   try {
     deliver(std::move(errors_));
@@ -102,8 +103,9 @@ void queue_impl::wait() {
     std::lock_guard<std::mutex> lock(submit_mutex_);
     pending = outstanding_;
   }
-  for (const auto& e : pending)
+  for (const auto& e : pending) {
     scheduler::get().wait(e);
+  }
 }
 
 void queue_impl::throw_asynchronous() {
@@ -112,8 +114,9 @@ void queue_impl::throw_asynchronous() {
     std::lock_guard<std::mutex> lock(errors_mutex_);
     errors.swap(errors_);
   }
-  if (!errors.empty())
+  if (!errors.empty()) {
     deliver(std::move(errors));
+  }
 }
 
 void queue_impl::report(std::exception_ptr error) {

@@ -12,8 +12,8 @@ namespace sycl::detail {
 using status = info::event_command_status;
 
 namespace {
-// The command whose captures this thread is releasing: a buffer whose last
-// handle goes with them must not wait for that command.
+// The command whose captures this thread is releasing: a buffer whose last handle goes with them
+// must not wait for that command.
 thread_local const event_impl* releasing_command = nullptr;
 }  // namespace
 
@@ -28,8 +28,9 @@ scheduler& scheduler::get() {
 
 void scheduler::add_dependency(const std::shared_ptr<event_impl>& cmd,
                                const std::shared_ptr<event_impl>& dep) {
-  if (!dep || dep == cmd || dep->status_ == status::complete)
+  if (!dep || dep == cmd || dep->status_ == status::complete) {
     return;
+  }
   dep->successors_.push_back(cmd);
   ++cmd->pending_;
 }
@@ -41,14 +42,16 @@ void scheduler::submit(const std::shared_ptr<event_impl>& cmd,
   {
     std::lock_guard<std::mutex> lock(mutex_);
     ++in_flight_;
-    for (const auto& d : deps)
+    for (const auto& d : deps) {
       add_dependency(cmd, d);
+    }
     for (const auto& access : accesses) {
       access_history& h = *access.history;
       add_dependency(cmd, h.last_writer);
       if (access.writes) {
-        for (const auto& r : h.readers)
+        for (const auto& r : h.readers) {
           add_dependency(cmd, r);
+        }
         h.readers.clear();
         h.last_writer = cmd;
       } else {
@@ -61,13 +64,14 @@ void scheduler::submit(const std::shared_ptr<event_impl>& cmd,
     }
     ready = cmd->pending_ == 0;
   }
-  if (ready)
+  if (ready) {
     dispatch({cmd});
+  }
 }
 
 void scheduler::wait(const std::shared_ptr<event_impl>& e) {
-  // A ready host task that no worker has taken yet is run here: the thread
-  // would only block until it is done.
+  // A ready host task that no worker has taken yet is run here: the thread would only block until
+  // it is done.
   int queued = event_impl::queued;
   if (e->claimable_ && e->run_state_.compare_exchange_strong(queued, event_impl::taken)) {
     dispatch(run(e));
@@ -85,8 +89,9 @@ std::vector<std::shared_ptr<event_impl>> scheduler::users(access_history& histor
   std::lock_guard<std::mutex> lock(mutex_);
   std::vector<std::shared_ptr<event_impl>> found;
   for (const auto& r : history.readers) {
-    if (r.get() != releasing_command)
+    if (r.get() != releasing_command) {
       found.push_back(r);
+    }
   }
   if (history.last_writer && history.last_writer.get() != releasing_command) {
     found.push_back(history.last_writer);
@@ -121,16 +126,17 @@ void scheduler::dispatch(const std::vector<std::shared_ptr<event_impl>>& ready) 
       e->run_state_.store(event_impl::queued);
       pool_.push([this, e] {
         int queued = event_impl::queued;
-        if (e->run_state_.compare_exchange_strong(queued, event_impl::taken))
+        if (e->run_state_.compare_exchange_strong(queued, event_impl::taken)) {
           execute(e);
+        }
       });
     }
   }
 }
 
 void scheduler::execute(std::shared_ptr<event_impl> e) {
-  // A command that this one makes ready runs next on this thread: a chain
-  // of dependent commands then costs no thread wake-up per link.
+  // A command that this one makes ready runs next on this thread: a chain of dependent commands
+  // then costs no thread wake-up per link.
   while (e) {
     std::vector<std::shared_ptr<event_impl>> ready = run(std::move(e));
     const auto next =
@@ -150,14 +156,14 @@ std::vector<std::shared_ptr<event_impl>> scheduler::run(std::shared_ptr<event_im
     try {
       e->action_->run();
     } catch (...) {
-      if (e->error_sink_)
+      if (e->error_sink_) {
         e->error_sink_->report(std::current_exception());
+      }
     }
   }
-  // Let go of the command's captures and of its queue before anyone learns
-  // that it is complete: a queue whose last handle goes after a wait hands
-  // its errors over there and then, not later on this thread. Only this
-  // thread touches these members once the command runs.
+  // Let go of the command's captures and of its queue before anyone learns that it is complete: a
+  // queue whose last handle goes after a wait hands its errors over there and then, not later on
+  // this thread. Only this thread touches these members once the command runs.
   releasing_command = e.get();
   e->action_.reset();
   e->error_sink_.reset();
@@ -172,13 +178,15 @@ std::vector<std::shared_ptr<event_impl>> scheduler::complete(const std::shared_p
     std::lock_guard<std::mutex> lock(mutex_);
     e->status_ = status::complete;
     for (const auto& s : e->successors_) {
-      if (--s->pending_ == 0)
+      if (--s->pending_ == 0) {
         ready.push_back(s);
+      }
     }
     e->successors_.clear();
     e->done_.notify_all();
-    if (--in_flight_ == 0)
+    if (--in_flight_ == 0) {
       drained_.notify_all();
+    }
   }
   return ready;
 }

@@ -34,18 +34,22 @@ device select_device(const std::function<int(const device&)>& selector) {
 }
 
 int default_selector_t::operator()(const device& d) const {
-  if (d.is_gpu())
+  if (d.is_gpu()) {
     return d.has(aspect::emulated) ? emulated_gpu_score : real_gpu_score;
-  if (d.is_accelerator())
+  }
+  if (d.is_accelerator()) {
     return accelerator_score;
-  if (d.is_cpu())
+  }
+  if (d.is_cpu()) {
     return cpu_score;
+  }
   return other_score;
 }
 
 int gpu_selector_t::operator()(const device& d) const {
-  if (!d.is_gpu())
+  if (!d.is_gpu()) {
     return -1;
+  }
   return d.has(aspect::emulated) ? emulated_gpu_score : real_gpu_score;
 }
 
@@ -59,10 +63,12 @@ int accelerator_selector_t::operator()(const device& d) const {
 
 int aspect_selector_t::operator()(const device& d) const {
   const auto has = [&](aspect a) { return d.has(a); };
-  if (!std::all_of(required_.begin(), required_.end(), has))
+  if (!std::all_of(required_.begin(), required_.end(), has)) {
     return -1;
-  if (std::any_of(denied_.begin(), denied_.end(), has))
+  }
+  if (std::any_of(denied_.begin(), denied_.end(), has)) {
     return -1;
+  }
   return default_selector_t()(d);
 }
 

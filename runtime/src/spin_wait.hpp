@@ -1,7 +1,7 @@
 // Waiting by polling for a moment before blocking. A hand-off between two threads that are both
-// awake costs a cache line; waking one that sleeps costs a system call, and on a virtual machine
-// an interrupt between processors: several microseconds. Short commands in a loop stay on the
-// first path.
+// awake costs a cache line; waking one that sleeps costs a system call, and on a virtual machine an
+// interrupt between processors: several microseconds. Short commands in a loop stay on the first
+// path.
 #pragma once
 
 #include <chrono>
@@ -22,21 +22,23 @@ inline void relax_cpu() noexcept {
 }
 
 // Polls ready() until it holds (true) or the time is up (false). After the first few polls the
-// poller lets other threads have its processor between polls: when threads outnumber
-// processors, the one it waits for may need this one's.
+// poller lets other threads have its processor between polls: when threads outnumber processors,
+// the one it waits for may need this one's.
 template <class Ready>
 bool poll_until(const Ready& ready, std::chrono::microseconds time) {
   const auto end = std::chrono::steady_clock::now() + time;
   for (unsigned k = 1;; ++k) {
-    if (ready())
+    if (ready()) {
       return true;
+    }
     if (k > 64) {
       std::this_thread::yield();
     } else {
       relax_cpu();
     }
-    if (k % 16 == 0 && std::chrono::steady_clock::now() >= end)
+    if (k % 16 == 0 && std::chrono::steady_clock::now() >= end) {
       return ready();
+    }
   }
 }
 

@@ -34,20 +34,25 @@ class usm_registry {
 
   void* allocate(std::size_t alignment, std::size_t bytes, std::shared_ptr<device_impl> d,
                  const std::shared_ptr<context_impl>& ctx, usm::alloc kind) {
-    if (bytes == 0 || kind == usm::alloc::unknown)
+    if (bytes == 0 || kind == usm::alloc::unknown) {
       return nullptr;
-    if (alignment == 0)
+    }
+    if (alignment == 0) {
       alignment = alignof(std::max_align_t);
-    if ((alignment & (alignment - 1)) != 0)
+    }
+    if ((alignment & (alignment - 1)) != 0) {
       return nullptr;
+    }
     std::lock_guard<std::mutex> lock(mutex_);
-    if (kind == usm::alloc::shared && shared_failure_due())
+    if (kind == usm::alloc::shared && shared_failure_due()) {
       return nullptr;
+    }
     void* p = allocate_bytes(bytes, alignment);
-    if (p == nullptr)
+    if (p == nullptr) {
       return nullptr;
-    // Records go in nodes kept from earlier releases: a loop of calls that
-    // allocate and free scratch makes no allocation of its own for them.
+    }
+    // Records go in nodes kept from earlier releases: a loop of calls that allocate and free
+    // scratch makes no allocation of its own for them.
     allocation record{bytes, alignment, kind, std::move(d), ctx};
     if (spare_nodes_.empty()) {
       allocations_.emplace(address(p), std::move(record));
@@ -62,14 +67,16 @@ class usm_registry {
   }
 
   void release(void* p, const context_impl& ctx) {
-    if (p == nullptr)
+    if (p == nullptr) {
       return;
+    }
     std::lock_guard<std::mutex> lock(mutex_);
     const auto found = allocations_.find(address(p));
-    // Memory this context did not allocate is left alone rather than
-    // handed to the wrong deallocator.
-    if (found == allocations_.end() || found->second.context.get() != &ctx)
+    // Memory this context did not allocate is left alone rather than handed to the wrong
+    // deallocator.
+    if (found == allocations_.end() || found->second.context.get() != &ctx) {
       return;
+    }
     auto node = allocations_.extract(found);
     release_bytes(p, node.mapped().alignment);
     if (spare_nodes_.size() < max_spare_nodes) {
@@ -82,11 +89,13 @@ class usm_registry {
   // The allocation of ctx that holds p, if any.
   const allocation* find(const void* p, const context_impl& ctx, std::lock_guard<std::mutex>&) {
     auto next = allocations_.upper_bound(address(p));
-    if (next == allocations_.begin())
+    if (next == allocations_.begin()) {
       return nullptr;
+    }
     const auto& [start, a] = *std::prev(next);
-    if (address(p) - start >= a.bytes || a.context.get() != &ctx)
+    if (address(p) - start >= a.bytes || a.context.get() != &ctx) {
       return nullptr;
+    }
     return &a;
   }
   std::mutex& mutex() { return mutex_; }
@@ -100,18 +109,21 @@ class usm_registry {
   static std::uintptr_t address(const void* p) { return reinterpret_cast<std::uintptr_t>(p); }
 
   bool shared_failure_due() {
-    if (shared_successes_left_ < 0)
+    if (shared_successes_left_ < 0) {
       return false;
-    if (shared_successes_left_ == 0)
+    }
+    if (shared_successes_left_ == 0) {
       return true;
+    }
     --shared_successes_left_;
     return false;
   }
 
   // Plain allocations serve alignments that the allocator gives anyway.
   static void* allocate_bytes(std::size_t bytes, std::size_t alignment) {
-    if (alignment <= __STDCPP_DEFAULT_NEW_ALIGNMENT__)
+    if (alignment <= __STDCPP_DEFAULT_NEW_ALIGNMENT__) {
       return ::operator new(bytes, std::nothrow);
+    }
     return ::operator new(bytes, std::align_val_t(alignment), std::nothrow);
   }
   static void release_bytes(void* p, std::size_t alignment) {
@@ -139,8 +151,9 @@ void* allocate(std::size_t alignment, std::size_t bytes, const device* d, const 
                usm::alloc kind) {
   std::shared_ptr<device_impl> dev;
   if (kind != usm::alloc::host) {
-    if (d == nullptr)
+    if (d == nullptr) {
       return nullptr;
+    }
     dev = impl_access::get(*d);
     if (!context_of(ctx)->holds(*dev)) {
       throw exception(make_error_code(errc::invalid), "The device is not in the context");
@@ -153,8 +166,9 @@ void* allocate(std::size_t alignment, std::size_t bytes, const device* d, const 
 
 void* typed_alloc(std::size_t alignment, std::size_t count, std::size_t size, const device* d,
                   const context& ctx, usm::alloc kind) {
-  if (size != 0 && count > std::numeric_limits<std::size_t>::max() / size)
+  if (size != 0 && count > std::numeric_limits<std::size_t>::max() / size) {
     return nullptr;
+  }
   return allocate(alignment, count * size, d, ctx, kind);
 }
 
@@ -252,8 +266,9 @@ device get_pointer_device(const void* ptr, const context& ctx) {
     found = a->device;
   }
   // Host allocations belong to no device; SYCL answers with one of the context's.
-  if (!found)
+  if (!found) {
     found = detail::context_of(ctx)->devices().front();
+  }
   return detail::impl_access::make<device>(found);
 }
 

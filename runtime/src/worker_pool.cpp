@@ -12,17 +12,17 @@ worker_pool::~worker_pool() {
     stopping_ = true;
   }
   wake_.notify_all();
-  for (auto& t : threads_)
+  for (auto& t : threads_) {
     t.join();
+  }
 }
 
 void worker_pool::push(std::function<void()> task) {
   std::lock_guard<std::mutex> lock(mutex_);
   tasks_.push_back(std::move(task));
   queued_.store(tasks_.size(), std::memory_order_release);
-  // Threads that were woken or made but have not yet taken a task will
-  // each take one, so compare with the queue's length rather than with zero.
-  // A polling thread takes one without being woken.
+  // Threads that were woken or made but have not yet taken a task will each take one, so compare
+  // with the queue's length rather than with zero. A polling thread takes one without being woken.
   if (tasks_.size() > idle_ + starting_ + polling_ && threads_.size() < max_threads) {
     ++starting_;
     threads_.emplace_back([this] { loop(); });
@@ -36,8 +36,8 @@ void worker_pool::loop() {
   --starting_;
   for (;;) {
     if (tasks_.empty() && !stopping_ && polling_ == 0) {
-      // Whatever push() saw, this thread looks at the queue again under the
-      // lock before it sleeps, so no task is missed.
+      // Whatever push() saw, this thread looks at the queue again under the lock before it sleeps,
+      // so no task is missed.
       ++polling_;
       lock.unlock();
       poll_until([this] { return queued_.load(std::memory_order_acquire) != 0; }, idle_poll_time);
@@ -47,8 +47,9 @@ void worker_pool::loop() {
     ++idle_;
     wake_.wait(lock, [this] { return stopping_ || !tasks_.empty(); });
     --idle_;
-    if (tasks_.empty())
+    if (tasks_.empty()) {
       return;  // stopping, and nothing left to run
+    }
     std::function<void()> task = std::move(tasks_.front());
     tasks_.pop_front();
     queued_.store(tasks_.size(), std::memory_order_relaxed);

@@ -1,9 +1,8 @@
-// Threads that run ready commands. A command may block for as long as it
-// likes (a host task waiting for something outside the runtime): a task that
-// finds no idle thread gets a new one, so ready commands never wait behind a
-// blocked one (up to max_threads; beyond that, tasks queue). One idle thread
-// at a time polls for work for a moment before it sleeps, so that a command
-// that follows soon after another is taken without a wake-up.
+// Threads that run ready commands. A command may block for as long as it likes (a host task waiting
+// for something outside the runtime): a task that finds no idle thread gets a new one, so ready
+// commands never wait behind a blocked one (up to max_threads; beyond that, tasks queue). One idle
+// thread at a time polls for work for a moment before it sleeps, so that a command that follows
+// soon after another is taken without a wake-up.
 #pragma once
 
 #include <atomic>

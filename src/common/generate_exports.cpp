@@ -7,10 +7,10 @@
 //     method::estimator twin at the same address. (The driver reads it: clang expands a
 //     response file even behind -Xlinker, so it must hold driver options.)
 //
-// Symbols are recognised by the library's own names only: a SYCL implementation may spell its
-// types in a namespace of its own (the queue, the event, the buffer's allocator), and nothing
-// here depends on that. Functions outside the statistics are exported by their qualified name
-// (--export NAME: a C name, or a C++ function of any overload).
+// Symbols are recognised by the library's own names only: a SYCL implementation may spell its types
+// in a namespace of its own (the queue, the event, the buffer's allocator), and nothing here
+// depends on that. Functions outside the statistics are exported by their qualified name (--export
+// NAME: a C name, or a C++ function of any overload).
 //
 // usage: generate_exports --version-script FILE --defsym FILE [--method2-alias NAME]...
 //                         [--export NAME]... OBJECT...
@@ -188,8 +188,8 @@ const std::regex exception_pattern(
     R"((exception|invalid_argument|unimplemented|unsupported_device|device_bad_alloc|)"
     R"(computation_error)(::.*)?$)");
 
-// The plain form takes the dataset right after the queue; the forms with the caller's mean,
-// which exist for method 1 only, take the mean there.
+// The plain form takes the dataset right after the queue; the forms with the caller's mean, which
+// exist for method 1 only, take the mean there.
 bool is_plain_form(const signature& entry) {
   return entry.parameters.size() > 1 &&
          entry.parameters[1].rfind("vorlex::orv::stats::dataset<", 0) == 0;
@@ -198,8 +198,8 @@ bool is_plain_form(const signature& entry) {
 const std::string method1_text = "(vorlex::orv::stats::method)1";
 const std::string method2_text = "(vorlex::orv::stats::method)2";
 
-// The method 2 twin of a method 1 entry's mangled name: the first template argument's value
-// changes from 1 to 2. The result is checked by demangling it.
+// The method 2 twin of a method 1 entry's mangled name: the first template argument's value changes
+// from 1 to 2. The result is checked by demangling it.
 std::string method2_twin(const std::string& mangled, const std::string& stat,
                          const std::string& demangled) {
   const std::string args_start = std::to_string(stat.size()) + stat + "IL";

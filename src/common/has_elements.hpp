@@ -1,5 +1,5 @@
-// Whether a buffer holds elements: a field of the buffer form that holds none is absent, as a
-// null pointer is in the USM form.
+// Whether a buffer holds elements: a field of the buffer form that holds none is absent, as a null
+// pointer is in the USM form.
 #pragma once
 
 #include <sycl/sycl.hpp>
@@ -16,10 +16,10 @@ namespace vorlex::orv::stats::detail {
 template <typename T>
 bool has_elements(const sycl::buffer<T, 1>& buffer) {
 #if TESSEL_SYCL_HAS_BUFFER_ALLOCATIONS
-  // AdaptiveCpp makes a buffer of no elements one of a single element that has memory on no
-  // device until a command group binds it; every other buffer has memory somewhere from the
-  // start. The library never binds a buffer without elements, so only one that its owner bound
-  // before counts as one of a single element.
+  // AdaptiveCpp makes a buffer of no elements one of a single element that has memory on no device
+  // until a command group binds it; every other buffer has memory somewhere from the start. The
+  // library never binds a buffer without elements, so only one that its owner bound before counts
+  // as one of a single element.
   if (buffer.size() == 1) {
     static const std::vector<sycl::device> devices = sycl::device::get_devices();
     return std::any_of(devices.begin(), devices.end(), [&buffer](const sycl::device& device) {

@@ -1,5 +1,5 @@
-// How kernels and host tasks hold an array of the caller's: the pointer itself in the USM form,
-// an accessor in the buffer form. A read-only pointer is const.
+// How kernels and host tasks hold an array of the caller's: the pointer itself in the USM form, an
+// accessor in the buffer form. A read-only pointer is const.
 #pragma once
 
 #include <sycl/sycl.hpp>

@@ -13,8 +13,8 @@ namespace {
 
 using threading_entries = std::array<ss_threading_entry, SS_THREADING_TABLE_SIZE>;
 
-// The threading service's entries, handed to every stage and never called here: three rows of
-// the same five addresses.
+// The threading service's entries, handed to every stage and never called here: three rows of the
+// same five addresses.
 threading_entries make_threading_table() {
   const ss_threading_entry row[] = {
       reinterpret_cast<ss_threading_entry>(&orv_ksu_serv_threader_for),
@@ -52,8 +52,7 @@ std::int32_t validate(const ss_task* task, std::uint64_t estimate_mask) {
   if (task->dims == nullptr || read_word(task->dims, task->int_width) < 1) {
     return SS_STATUS_BAD_DIMENSIONS;
   }
-  // Partial covariance, correlation parametrization and streaming quantiles need no
-  // observations.
+  // Partial covariance, correlation parametrization and streaming quantiles need no observations.
   if ((estimate_mask & SS_NO_OBSERVATIONS_NEEDED) != 0) {
     return SS_STATUS_OK;
   }

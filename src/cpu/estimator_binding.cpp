@@ -12,8 +12,8 @@
 namespace vorlex::orv::stats::detail::cpu {
 namespace {
 
-// Every bound name, with its one or two leading underscores. A stage's float name is followed
-// by its double name, in the order of the stage enumeration.
+// Every bound name, with its one or two leading underscores. A stage's float name is followed by
+// its double name, in the order of the stage enumeration.
 constexpr const char* entry_names[] = {
     "__ksusSSNewTask",
     "__ksudSSNewTask",
@@ -70,9 +70,9 @@ std::size_t stage_entry(stage s) {
   return first_stage + 2 * static_cast<std::size_t>(s) + (std::is_same_v<T, double> ? 1 : 0);
 }
 
-// Process-wide words, written without a lock: every writer of a word writes the same value, so
-// a race between two first calls only repeats a look-up. Atomic so that the race is defined;
-// each access is still a single pointer-sized load or store.
+// Process-wide words, written without a lock: every writer of a word writes the same value, so a
+// race between two first calls only repeats a look-up. Atomic so that the race is defined; each
+// access is still a single pointer-sized load or store.
 std::atomic<void*> estimator_module{nullptr};
 std::atomic<void*> slots[entry_count] = {};
 using exit_hook_fn = void (*)(std::int32_t code);

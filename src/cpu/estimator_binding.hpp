@@ -1,7 +1,7 @@
 // The estimator module's entries as the CPU engine calls them. The module is never linked: each
-// entry is found by name on its first call, in the module that the core service library loads,
-// and its address is kept for the life of the process. A missing module or name ends the
-// process with exit code 2.
+// entry is found by name on its first call, in the module that the core service library loads, and
+// its address is kept for the life of the process. A missing module or name ends the process with
+// exit code 2.
 #pragma once
 
 #include <cstdint>

@@ -1,6 +1,6 @@
-// The estimator calls of a host task: each forwards its arguments to the bound entry of its
-// element type and raises computation_error on any status but 0, positive ones included. The
-// exception carries no status.
+// The estimator calls of a host task: each forwards its arguments to the bound entry of its element
+// type and raises computation_error on any status but 0, positive ones included. The exception
+// carries no status.
 #pragma once
 
 #include <cstdint>

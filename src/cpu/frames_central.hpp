@@ -1,7 +1,7 @@
-// CPU frames of the statistics that need scratch: the central sums and moments, variation,
-// skewness and kurtosis. Scratch holds the mean and the moments that the estimator must be given
-// besides the wanted outputs; the caller's mean, where given, takes the scratch mean's place and
-// the estimator is told 256.
+// CPU frames of the statistics that need scratch: the central sums and moments, variation, skewness
+// and kurtosis. Scratch holds the mean and the moments that the estimator must be given besides the
+// wanted outputs; the caller's mean, where given, takes the scratch mean's place and the estimator
+// is told 256.
 //
 // A USM frame with scratch waits for its host task and frees the scratch before it returns; one
 // without (central_sum with the caller's mean) returns at once. A buffer frame's scratch and
@@ -120,8 +120,8 @@ struct central_moment_frame {
 };
 
 // variation, skewness and kurtosis: every scratch array has one element per dimension, and the
-// method changes nothing. Kind names the statistic, its functor and its moment arrays (blocks),
-// the mean's included, which the caller's mean replaces.
+// method changes nothing. Kind names the statistic, its functor and its moment arrays (blocks), the
+// mean's included, which the caller's mean replaces.
 template <typename Kind>
 struct derived_frame {
   static constexpr std::size_t blocks = Kind::blocks;
@@ -151,8 +151,8 @@ struct derived_frame {
   }
 
  private:
-  // The moment arrays after the mean are moments[1], moments[2], ...: scratch of the USM form,
-  // an array of buffers (from 0) in the buffer form.
+  // The moment arrays after the mean are moments[1], moments[2], ...: scratch of the USM form, an
+  // array of buffers (from 0) in the buffer form.
   template <typename T, bool Usm, typename Mean, typename Moments, std::size_t... K>
   static auto make(bool plain, Mean output, Mean mean, const Moments& moments,
                    std::index_sequence<K...>) {

@@ -4,9 +4,9 @@
 // raw_moment makes one-element dummies for the optional outputs, whose end at the close of the
 // frame waits for the host task; the other buffer frames make no buffer and return at once.
 //
-// Every frame takes the caller's mean, null for the forms without one: these statistics have
-// none, so it is never given here. The method of these statistics changes nothing: the
-// estimator is told 1.
+// Every frame takes the caller's mean, null for the forms without one: these statistics have none,
+// so it is never given here. The method of these statistics changes nothing: the estimator is told
+// 1.
 #pragma once
 
 #include <sycl/sycl.hpp>

@@ -33,8 +33,8 @@ result_accessor<T> make_result(sycl::buffer<T, 1> output) {
                               : result_accessor<T>(output, sycl::range<1>(0));
 }
 
-// An optional output of the buffer form: the caller's buffer if it has elements, else the
-// frame's dummy, so that the accessor always has a buffer to bind to.
+// An optional output of the buffer form: the caller's buffer if it has elements, else the frame's
+// dummy, so that the accessor always has a buffer to bind to.
 template <typename T>
 result_accessor<T> make_optional_result(sycl::buffer<T, 1> output, sycl::buffer<T, 1> dummy) {
   return has_elements(output) ? result_accessor<T>(output) : result_accessor<T>(dummy);

@@ -1,7 +1,7 @@
-// What each statistic asks of the estimator on a CPU queue: the result arrays it hands to the
-// task, by which editing call, the estimate mask and the method value. A functor owns nothing and
-// computes nothing; its estimate() runs once in the host task, between the creation of the task
-// and its deletion.
+// What each statistic asks of the estimator on a CPU queue: the result arrays it hands to the task,
+// by which editing call, the estimate mask and the method value. A functor owns nothing and
+// computes nothing; its estimate() runs once in the host task, between the creation of the task and
+// its deletion.
 //
 // Both forms hold the same members in the same order. The buffer form (Usm false) builds its
 // accessors as placeholders and binds them in require(); its optional outputs sit on the frame's
@@ -130,8 +130,8 @@ using raw_sum_func = raw_func<T, Usm, raw_sums_edit>;
 template <typename T, bool Usm>
 using raw_moment_func = raw_func<T, Usm, raw_moments_edit>;
 
-// Central sums about the estimator's mean (method 2) or the caller's (256): only the mean and
-// the sums go to the task.
+// Central sums about the estimator's mean (method 2) or the caller's (256): only the mean and the
+// sums go to the task.
 template <typename T, bool Usm>
 struct central_sum_func : wants_3_to_4<Usm> {
   // Buffer form.
@@ -178,9 +178,9 @@ struct central_sum_func : wants_3_to_4<Usm> {
 };
 
 // The central families with the raw moments they expand through, from the frame's scratch:
-// central_moment, and central_sum with method::fast. The second central result has no flag: its
-// bit is always in the mask. Sums go by a second edit call, after the moments; the sums' third
-// array is given for a wanted fourth as well.
+// central_moment, and central_sum with method::fast. The second central result has no flag: its bit
+// is always in the mask. Sums go by a second edit call, after the moments; the sums' third array is
+// given for a wanted fourth as well.
 struct central_sums_edit {
   static constexpr std::uint64_t bits[3] = {SS_CENTRAL_SUM2, SS_CENTRAL_SUM3, SS_CENTRAL_SUM4};
   template <typename T, typename Result>
@@ -262,9 +262,9 @@ using central_sum_func_fast = central_func<T, Usm, central_sums_edit>;
 template <typename T, bool Usm>
 using central_moment_func = central_func<T, Usm, central_moments_edit>;
 
-// A derived estimate: only it is asked for. The moment arrays are what the estimator must be
-// given, at their places among the arguments of EditMoments (0 mean, 1 to 3 raw moments 2 to 4,
-// 4 to 6 central moments 2 to 4); nothing reads them afterwards.
+// A derived estimate: only it is asked for. The moment arrays are what the estimator must be given,
+// at their places among the arguments of EditMoments (0 mean, 1 to 3 raw moments 2 to 4, 4 to 6
+// central moments 2 to 4); nothing reads them afterwards.
 template <typename T, bool Usm, std::uint64_t Bit, std::int64_t Field, std::size_t... Places>
 struct derived_func {
   template <typename... Sources>

@@ -1,6 +1,6 @@
-// Host code as a command of the task graph, ordered like a kernel by its command group's
-// accessors and dependencies: handler::host_task where the SYCL implementation has it, else
-// AdaptiveCpp's custom operation, which runs on a thread of its runtime as well.
+// Host code as a command of the task graph, ordered like a kernel by its command group's accessors
+// and dependencies: handler::host_task where the SYCL implementation has it, else AdaptiveCpp's
+// custom operation, which runs on a thread of its runtime as well.
 #pragma once
 
 #include <sycl/sycl.hpp>

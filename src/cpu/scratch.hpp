@@ -14,10 +14,10 @@
 
 namespace vorlex::orv::stats::detail::cpu {
 
-// USM scratch: N optional blocks of n_dims elements from sycl::malloc_shared. All wanted blocks
-// are allocated before any is looked at; if one is null, those that are not are freed and
-// device_bad_alloc leaves with the memory domain, the statistic's name and the device. An
-// unwanted block is null.
+// USM scratch: N optional blocks of n_dims elements from sycl::malloc_shared. All wanted blocks are
+// allocated before any is looked at; if one is null, those that are not are freed and
+// device_bad_alloc leaves with the memory domain, the statistic's name and the device. An unwanted
+// block is null.
 template <typename T, std::size_t N>
 class usm_scratch {
  public:
@@ -39,10 +39,9 @@ class usm_scratch {
 
   T* operator[](std::size_t k) const { return blocks_[k]; }
 
-  // A frame with scratch is synchronous: it waits for its host task without rethrowing its
-  // errors (they go to the queue's asynchronous handler), frees the blocks in the order of
-  // their allocation and returns the finished event. A frame without any block returns the
-  // event at once.
+  // A frame with scratch is synchronous: it waits for its host task without rethrowing its errors
+  // (they go to the queue's asynchronous handler), frees the blocks in the order of their
+  // allocation and returns the finished event. A frame without any block returns the event at once.
   sycl::event release_after(sycl::event done) {
     if (empty()) {
       return done;

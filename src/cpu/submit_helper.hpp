@@ -1,7 +1,7 @@
 // detail::cpu::submit: one host task per call, which hands the caller's data in place to the
-// estimator module. Nothing is copied in either direction: the observations, weights, indices
-// and result arrays reach the estimator as host pointers, and its results are where the caller
-// wants them when the task ends.
+// estimator module. Nothing is copied in either direction: the observations, weights, indices and
+// result arrays reach the estimator as host pointers, and its results are where the caller wants
+// them when the task ends.
 #pragma once
 
 #include <sycl/sycl.hpp>
@@ -19,9 +19,8 @@
 
 namespace vorlex::orv::stats::detail::cpu {
 
-// The body of every host task. The estimator keeps pointers to the three words in the task, so
-// they live until it is deleted. A failed call raises computation_error and leaves the task
-// undeleted.
+// The body of every host task. The estimator keeps pointers to the three words in the task, so they
+// live until it is deleted. A failed call raises computation_error and leaves the task undeleted.
 template <typename T, layout L, typename F>
 void estimate_in_task(std::int64_t n_dims, std::int64_t n_observations, const T* observations,
                       const T* weights, const std::int64_t* indices, const F& functor) {
@@ -46,8 +45,8 @@ auto input_access(sycl::buffer<T, 1>& input, sycl::handler& cgh) {
   }
 }
 
-// An input of no elements is handed over as null: there is nothing there to read. (The accessor
-// is whatever get_access gives: an implementation may add template parameters of its own.)
+// An input of no elements is handed over as null: there is nothing there to read. (The accessor is
+// whatever get_access gives: an implementation may add template parameters of its own.)
 template <typename Accessor>
 auto input_pointer(const Accessor& input)
     -> decltype(input.template get_multi_ptr<sycl::access::decorated::no>().get()) {
@@ -59,9 +58,9 @@ inline std::nullptr_t input_pointer(absent_input) {
   return nullptr;
 }
 
-// What the task keeps of a dataset of buffers. A host task holds a copy of the dataset, so that
-// it may run after the caller has let go of the buffers. A custom operation holds the counts
-// only: its runtime would wait for the operation itself in the end of a buffer it held last.
+// What the task keeps of a dataset of buffers. A host task holds a copy of the dataset, so that it
+// may run after the caller has let go of the buffers. A custom operation holds the counts only: its
+// runtime would wait for the operation itself in the end of a buffer it held last.
 struct dataset_counts {
   std::int64_t n_dims;
   std::int64_t n_observations;
@@ -76,9 +75,9 @@ auto kept_by_task(const Dataset& data) {
 #endif
 }
 
-// One command group for each combination of weights and indices, with accessors for the inputs
-// that are present, made in the order observations, weights, indices. The host task holds the
-// dataset (as kept_by_task says), the accessors and a copy of the functor.
+// One command group for each combination of weights and indices, with accessors for the inputs that
+// are present, made in the order observations, weights, indices. The host task holds the dataset
+// (as kept_by_task says), the accessors and a copy of the functor.
 template <bool HasWeights, bool HasIndices, typename T, layout L, typename F>
 sycl::event submit_command_group(sycl::queue& queue, dataset<L, sycl::buffer<T, 1>>& data,
                                  const F& functor) {
@@ -113,8 +112,8 @@ sycl::event submit(sycl::queue& queue, dataset<L, sycl::buffer<T, 1>> data, F& f
   return submit_command_group<false, false>(queue, data, functor);
 }
 
-// USM form: the dependencies go to the command group, so the runtime honours them and the call
-// does not wait for them. Weights and indices reach the task as they stand, null or not.
+// USM form: the dependencies go to the command group, so the runtime honours them and the call does
+// not wait for them. Weights and indices reach the task as they stand, null or not.
 template <typename T, layout L, typename F>
 sycl::event submit(sycl::queue& queue, dataset<L, T*> data, F& functor,
                    const std::vector<sycl::event>& dependencies) {

@@ -1,7 +1,7 @@
-// The three moment kernels. A work-group walks the selected dimensions in turn, one work-item
-// per observation (first and single steps) or per partial result of the step before (next
-// steps); sum_tmp_helper makes and stores the group's sums, and a single or last step finishes
-// each dimension through the functor.
+// The three moment kernels. A work-group walks the selected dimensions in turn, one work-item per
+// observation (first and single steps) or per partial result of the step before (next steps);
+// sum_tmp_helper makes and stores the group's sums, and a single or last step finishes each
+// dimension through the functor.
 #pragma once
 
 #include <sycl/sycl.hpp>

@@ -25,9 +25,9 @@ dataset_helper<T, L, true, WideIndices> usm_dataset_helper(const dataset<L, T*>&
           data.indices != nullptr};
 }
 
-// Buffers: an accessor cannot be unbound, so an absent array (no elements) is stood in for by
-// the driver's one-element dummy, which no kernel reads since the flag is 0. with_weights false
-// keeps the caller's weights out of a reduction that ignores them (min/max).
+// Buffers: an accessor cannot be unbound, so an absent array (no elements) is stood in for by the
+// driver's one-element dummy, which no kernel reads since the flag is 0. with_weights false keeps
+// the caller's weights out of a reduction that ignores them (min/max).
 template <bool WideIndices, typename T, stats::layout L>
 dataset_helper<T, L, false, WideIndices> buffer_dataset_helper(
     const dataset<L, sycl::buffer<T, 1>>& data, sycl::buffer<T, 1>& dummy_weights,

@@ -1,6 +1,5 @@
-// Device-side reach into memory: the base pointer of a handle, and group copies into local
-// memory. Kernels address data through base pointers so that the USM and buffer forms share one
-// formula.
+// Device-side reach into memory: the base pointer of a handle, and group copies into local memory.
+// Kernels address data through base pointers so that the USM and buffer forms share one formula.
 #pragma once
 
 #include <sycl/sycl.hpp>
@@ -21,16 +20,16 @@ inline auto device_pointer(const sycl::accessor<T, 1, Mode, sycl::target::device
   return accessor.template get_multi_ptr<sycl::access::decorated::no>().get();
 }
 
-// Local blocks are addressed from the accessor's base; every block a kernel touches lies inside
-// its request.
+// Local blocks are addressed from the accessor's base; every block a kernel touches lies inside its
+// request.
 template <typename T>
 inline T* local_pointer(const sycl::local_accessor<T, 1>& local) {
   return &local[0];
 }
 
 #if TESSEL_SYCL_HAS_GROUP_COPY
-// Starts a group copy of count consecutive elements from global to local memory. Every
-// work-item of the group calls it with the same arguments.
+// Starts a group copy of count consecutive elements from global to local memory. Every work-item of
+// the group calls it with the same arguments.
 template <typename T>
 inline sycl::device_event start_group_copy(const sycl::nd_item<1>& item, T* local_destination,
                                            const T* global_source, std::uint64_t count) {
@@ -46,8 +45,8 @@ struct finished_group_copy {
   void wait() const {}
 };
 
-// Where async_work_group_copy lacks the decorated form, the group copies by hand: each
-// work-item moves every group-size-th element, and the barrier makes the block whole for all.
+// Where async_work_group_copy lacks the decorated form, the group copies by hand: each work-item
+// moves every group-size-th element, and the barrier makes the block whole for all.
 template <typename T>
 inline finished_group_copy start_group_copy(const sycl::nd_item<1>& item, T* local_destination,
                                             const T* global_source, std::uint64_t count) {
@@ -78,8 +77,8 @@ inline bool is_tail(const sycl::nd_item<1>& item, std::uint64_t remainder) {
   return is_tail(item, item.get_group_range(0), remainder);
 }
 
-// Elements that a group's block copy moves: a whole group, or the valid part of the last one,
-// so that no copy reads past the end of a run or of the data.
+// Elements that a group's block copy moves: a whole group, or the valid part of the last one, so
+// that no copy reads past the end of a run or of the data.
 inline std::uint64_t valid_count(const sycl::nd_item<1>& item, std::uint64_t group_count,
                                  std::uint64_t remainder) {
   const bool last_group = item.get_group(0) == group_count - 1;

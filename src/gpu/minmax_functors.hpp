@@ -12,9 +12,9 @@
 
 namespace vorlex::orv::stats::detail::gpu {
 
-// Identities of the two halves, and the floors of every result. IDENT_MAX is the smallest
-// positive normal value, not the most negative one: a maximum never falls below it, so a
-// dimension of values <= 0 reports it as its maximum. That is the engine's rule.
+// Identities of the two halves, and the floors of every result. IDENT_MAX is the smallest positive
+// normal value, not the most negative one: a maximum never falls below it, so a dimension of values
+// <= 0 reports it as its maximum. That is the engine's rule.
 template <typename T>
 inline constexpr T IDENT_MIN = std::numeric_limits<T>::max();
 template <typename T>

@@ -1,6 +1,6 @@
-// The min/max engine's host side: the step functions and the two drivers. The plan is the
-// moment engine's (gpu/reduction_plan.hpp); the USM driver orders its steps by waiting on each,
-// the buffer driver by the accessors on the scratch.
+// The min/max engine's host side: the step functions and the two drivers. The plan is the moment
+// engine's (gpu/reduction_plan.hpp); the USM driver orders its steps by waiting on each, the buffer
+// driver by the accessors on the scratch.
 #pragma once
 
 #include <sycl/sycl.hpp>
@@ -90,8 +90,8 @@ sycl::event minmax_next_step(sycl::queue& queue, dataset_helper<T, L, Usm, WideI
   });
 }
 
-// Runs the launches of a plan. wait_each: the USM form, whose scratch is
-// ordered by nothing else, waits for each launch on the host.
+// Runs the launches of a plan. wait_each: the USM form, whose scratch is ordered by nothing else,
+// waits for each launch on the host.
 template <typename Data, typename F, typename Scratch>
 sycl::event run_minmax_launches(sycl::queue& queue, Data& data, F& functor, const Scratch& scratch,
                                 const reduction_plan& plan, std::uint64_t half_size,
@@ -126,8 +126,8 @@ sycl::event run_minmax_launches(sycl::queue& queue, Data& data, F& functor, cons
   return last;
 }
 
-// A USM scratch block, freed when the driver leaves. Every launch that uses it has been waited
-// for by then, also when a later submission throws.
+// A USM scratch block, freed when the driver leaves. Every launch that uses it has been waited for
+// by then, also when a later submission throws.
 template <typename T>
 class device_scratch {
  public:

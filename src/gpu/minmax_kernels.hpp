@@ -1,10 +1,10 @@
 // The kernels of min, max and min_max. A work-group walks the selected dimensions; for each it
 // reduces one value per work-item with the group minimum (min half) and maximum (max half), and
-// work-item 0 stores the result, floored by the half's identity, into the output (single and
-// last steps) or the half's scratch at d * G + g.
+// work-item 0 stores the result, floored by the half's identity, into the output (single and last
+// steps) or the half's scratch at d * G + g.
 //
-// The USM form reads global memory directly and has no local memory. The buffer form passes
-// every value through one local block per half.
+// The USM form reads global memory directly and has no local memory. The buffer form passes every
+// value through one local block per half.
 #pragma once
 
 #include <sycl/sycl.hpp>
@@ -289,9 +289,9 @@ class minmax_kernel_first_step {
   typename types::scratch_type scratch_;
 };
 
-// A next step reads runs of row_stride partial results from one half of the scratch
-// (load_offset) and, unless it is the last, stores runs of group_count into the other
-// (store_offset), so that no group stores where another still reads.
+// A next step reads runs of row_stride partial results from one half of the scratch (load_offset)
+// and, unless it is the last, stores runs of group_count into the other (store_offset), so that no
+// group stores where another still reads.
 template <typename F, bool RowLayout, bool Last, bool WideIndices>
 class minmax_kernel_next_step {
   using types = minmax_kernel_types<F, RowLayout, WideIndices>;

@@ -1,6 +1,6 @@
-// The arithmetic that turns finished raw power sums into central quantities. Terms keep their
-// order and grouping; mad is the device's multiply-add, everything else rounds on its own (the
-// moment code is compiled with floating-point contraction off).
+// The arithmetic that turns finished raw power sums into central quantities. Terms keep their order
+// and grouping; mad is the device's multiply-add, everything else rounds on its own (the moment
+// code is compiled with floating-point contraction off).
 #pragma once
 
 #include <sycl/sycl.hpp>

@@ -1,6 +1,6 @@
 // The functors that finish a moment statistic from the reduced sums. A functor holds its output
-// handles and wanted-flags, tells the plan what the reduction must keep (kept, channels), binds
-// its accessors (require), and on the device stores the statistic of one dimension.
+// handles and wanted-flags, tells the plan what the reduction must keep (kept, channels), binds its
+// accessors (require), and on the device stores the statistic of one dimension.
 //
 // Each central statistic has two forms: from raw power sums (UserMean false), and around the
 // caller's mean (UserMean true), where the reduction sums central powers already, so the functor
@@ -17,8 +17,8 @@
 
 namespace vorlex::orv::stats::detail::gpu {
 
-// Which sums a reduction keeps beyond its first one. Around the caller's mean the first sum is
-// the second order, so has_s2 stays 0 there.
+// Which sums a reduction keeps beyond its first one. Around the caller's mean the first sum is the
+// second order, so has_s2 stays 0 there.
 struct kept_sums {
   std::uint8_t has_s2;
   std::uint8_t has_s3;
@@ -30,9 +30,9 @@ constexpr std::uint64_t channels_up_to(bool order2, bool order3, bool order4) {
   return order4 ? 4 : order3 ? 3 : order2 ? 2 : 1;
 }
 
-// A central statistic needs the second order and, as asked, the third and fourth. From raw sums
-// the fourth order expands through S3; around the caller's mean S2 takes slot 0 and the fourth
-// needs no third, while the channels still count every order up to the highest one but the first.
+// A central statistic needs the second order and, as asked, the third and fourth. From raw sums the
+// fourth order expands through S3; around the caller's mean S2 takes slot 0 and the fourth needs no
+// third, while the channels still count every order up to the highest one but the first.
 template <bool UserMean>
 constexpr kept_sums central_kept(bool order3, bool order4) {
   if constexpr (UserMean) {
@@ -161,8 +161,8 @@ using raw_sum_func = raw_func<T, Usm, raw_sums>;
 template <typename T, bool Usm>
 using raw_moment_func = raw_func<T, Usm, raw_moments>;
 
-// The central families: orders 2 to 4 as sums of powers of deviations, or as moments (the
-// second one the corrected variance, the others over W).
+// The central families: orders 2 to 4 as sums of powers of deviations, or as moments (the second
+// one the corrected variance, the others over W).
 struct central_sums {
   template <typename Terms, typename T>
   static T second(const Terms& terms, T /*w*/) {

@@ -1,6 +1,5 @@
-// The offload road's functors: a plain functor's result, and with it the mean and the raw
-// moments that came out on the way, so that one pass answers several estimates. USM outputs
-// only.
+// The offload road's functors: a plain functor's result, and with it the mean and the raw moments
+// that came out on the way, so that one pass answers several estimates. USM outputs only.
 #pragma once
 
 #include <sycl/sycl.hpp>
@@ -12,8 +11,8 @@
 
 namespace vorlex::orv::stats::detail::gpu::ex {
 
-// The mean and the second raw moment always; the third and fourth where the reduction keeps S3
-// and S4, which is where the plain result expands through them.
+// The mean and the second raw moment always; the third and fourth where the reduction keeps S3 and
+// S4, which is where the plain result expands through them.
 template <typename Plain>
 class with_raw_moments : public Plain {
   using T = typename Plain::value_type;

@@ -3,9 +3,8 @@
 // run a reduction plan with them.
 //
 // A functor F tells the engine what it needs: F::value_type, F::usm, F::user_mean, kept() (the
-// has_s2/has_s3/has_s4 flags of sum_tmp_helper), channels() (the multiplier of slot_stride in
-// the size of sums, and of the local blocks of a next step), require() and operator()(helper,
-// dim).
+// has_s2/has_s3/has_s4 flags of sum_tmp_helper), channels() (the multiplier of slot_stride in the
+// size of sums, and of the local blocks of a next step), require() and operator()(helper, dim).
 #pragma once
 
 #include <sycl/sycl.hpp>
@@ -26,8 +25,8 @@
 
 namespace vorlex::orv::stats::detail::gpu {
 
-// USM binds the scratch only; the buffer form binds the dataset's, the functor's and the
-// scratch's accessors, in this order, in every step.
+// USM binds the scratch only; the buffer form binds the dataset's, the functor's and the scratch's
+// accessors, in this order, in every step.
 template <typename Data, typename Helper, typename F>
 void require_step(sycl::handler& cgh, const Data& data, const Helper& helper, const F& functor) {
   if constexpr (!F::usm) {
@@ -67,8 +66,8 @@ sycl::event basic_first_step(sycl::queue& queue, dataset_helper<T, L, Usm, WideI
 }
 
 // The local request is (channels + w) blocks, w being 1 with weights, but never fewer than the
-// blocks the kernel touches: the weight sums take blocks slot_w and slot_w2, and when the
-// channels equal the sums kept, slot_w2 is the block right after (channels + w).
+// blocks the kernel touches: the weight sums take blocks slot_w and slot_w2, and when the channels
+// equal the sums kept, slot_w2 is the block right after (channels + w).
 template <bool Last, bool Usm, bool UserMean, typename T, stats::layout L, typename F,
           bool WideIndices>
 sycl::event basic_next_step(sycl::queue& queue, dataset_helper<T, L, Usm, WideIndices>& data,
@@ -101,8 +100,8 @@ sum_tmp_helper<T, Usm, F::user_mean> make_sum_tmp_helper(
   }
 }
 
-// The plan and its launches, common to both drivers. The scratch buffers end with this frame,
-// and that end waits for the kernels.
+// The plan and its launches, common to both drivers. The scratch buffers end with this frame, and
+// that end waits for the kernels.
 template <bool WideIndices, typename T, stats::layout L, bool Usm, typename F, typename... Mean>
 sycl::event run_moment_plan(sycl::queue& queue, dataset_helper<T, L, Usm, WideIndices>& data,
                             F& functor, const Mean&... mean) {
@@ -146,8 +145,8 @@ sycl::event run_moment_plan(sycl::queue& queue, dataset_helper<T, L, Usm, WideIn
   return last;
 }
 
-// F decides UserMean; mean is used only then. The wait on the
-// dependencies is the only link to the caller's work: no kernel here depends on an event.
+// F decides UserMean; mean is used only then. The wait on the dependencies is the only link to the
+// caller's work: no kernel here depends on an event.
 template <typename T, stats::layout L, typename F, bool WideIndices = true>
 sycl::event submit_basic_usm(sycl::queue& queue, const dataset<L, T*>& data, F& functor,
                              const std::vector<sycl::event>& deps,
@@ -168,7 +167,8 @@ sycl::event submit_basic(sycl::queue& queue, const dataset<L, sycl::buffer<T, 1>
   sycl::buffer<std::int64_t, 1> dummy_indices{sycl::range<1>(1)};
   auto view = buffer_dataset_helper<WideIndices>(data, dummy_weights, dummy_indices, true);
   if constexpr (F::user_mean) {
-    return run_moment_plan<WideIndices>(queue, view, functor, pointer_or_accessor<T, false, sycl::access_mode::read>(*mean));
+    return run_moment_plan<WideIndices>(
+        queue, view, functor, pointer_or_accessor<T, false, sycl::access_mode::read>(*mean));
   } else {
     return run_moment_plan<WideIndices>(queue, view, functor);
   }

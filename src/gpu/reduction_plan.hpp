@@ -12,10 +12,10 @@ namespace vorlex::orv::stats::detail::gpu {
 enum class step_kind : std::uint8_t { single, first, next, last };
 
 // A next or last step reads the scratch half that the step before it wrote and stores into the
-// other one: groups of one launch run in any order, so a group must never store where another
-// group of the same launch may still read. The last step runs one group, which reads a run before
-// it stores at the run's dimension, so it always stores into the lower half, where the functors
-// look; single and first steps store into the lower half too.
+// other one: groups of one launch run in any order, so a group must never store where another group
+// of the same launch may still read. The last step runs one group, which reads a run before it
+// stores at the run's dimension, so it always stores into the lower half, where the functors look;
+// single and first steps store into the lower half too.
 struct reduction_launch {
   step_kind kind;
   std::uint64_t local_size;
@@ -33,10 +33,10 @@ struct reduction_plan {
   std::vector<reduction_launch> launches;
 };
 
-// group_size is the device's max_work_group_size. n_obs of 0 is not special: it gives a first
-// step of no groups and a last step of local size 0, which the runtime refuses. Groups of one
-// work-item never shrink the number of partial results, so such a device gets no plan beyond a
-// single step instead of an endless one.
+// group_size is the device's max_work_group_size. n_obs of 0 is not special: it gives a first step
+// of no groups and a last step of local size 0, which the runtime refuses. Groups of one work-item
+// never shrink the number of partial results, so such a device gets no plan beyond a single step
+// instead of an endless one.
 inline reduction_plan make_plan(std::uint64_t n_obs, std::uint64_t group_size) {
   if (group_size == 0 || (group_size == 1 && n_obs > 1)) {
     throw std::invalid_argument("a reduction needs work-groups of at least two work-items");

@@ -1,11 +1,11 @@
-// The running sums of a moment reduction: what a partial result is, where it lies in scratch,
-// and the three ways to make one (from observations, from the previous step's partial results).
+// The running sums of a moment reduction: what a partial result is, where it lies in scratch, and
+// the three ways to make one (from observations, from the previous step's partial results).
 //
-// Scratch layout: slot k of dimension d, group g of a step with G groups lies at
-// k * slot_stride + d * G + g of sums; the weight sums, common to all dimensions, at g of sum_w
-// and sum_w2. A plan with intermediate steps has two halves of that layout; a step loads from one
-// and stores into the other, and the last step stores into the lower half, where the functors
-// read (gpu/reduction_plan.hpp).
+// Scratch layout: slot k of dimension d, group g of a step with G groups lies at k * slot_stride +
+// d * G + g of sums; the weight sums, common to all dimensions, at g of sum_w and sum_w2. A plan
+// with intermediate steps has two halves of that layout; a step loads from one and stores into the
+// other, and the last step stores into the lower half, where the functors read
+// (gpu/reduction_plan.hpp).
 #pragma once
 
 #include <sycl/sycl.hpp>
@@ -29,8 +29,8 @@ struct scratch_halves {
   std::uint8_t store_upper = 0;
 };
 
-// load and merge, common to both forms. Derived supplies the fields and for_each_higher(f),
-// which calls f with the slot of every kept sum above slot 0, in order.
+// load and merge, common to both forms. Derived supplies the fields and for_each_higher(f), which
+// calls f with the slot of every kept sum above slot 0, in order.
 template <typename Derived, typename T>
 class running_sums {
  public:
@@ -148,8 +148,8 @@ class sum_tmp_helper<T, Usm, false> : public running_sums<sum_tmp_helper<T, Usm,
         slot_w(slot_s4 + has_w),
         slot_w2(slot_w + has_w) {}
 
-  // calculate: the group's power sums of its block of observations, and, once a group, the
-  // sums of its weights. Tail work-items come with value and weight 0.
+  // calculate: the group's power sums of its block of observations, and, once a group, the sums of
+  // its weights. Tail work-items come with value and weight 0.
   void calculate(const T* local, std::uint64_t dim, const sycl::nd_item<1>& item, T weight,
                  std::uint64_t /*remainder*/, bool first) const {
     const std::uint64_t at = dim * item.get_group_range(0) + item.get_group(0);

@@ -38,8 +38,8 @@ sycl::context make_context(void* native_context, gpu::orv_gpu_backend_t backend,
   return level_zero_context(*device, native_context);
 }
 
-// The Level Zero queue is on the context's first device; return_code is what the caller's
-// reads left in it.
+// The Level Zero queue is on the context's first device; return_code is what the caller's reads
+// left in it.
 sycl::queue make_queue(void* native_queue, gpu::orv_gpu_backend_t backend,
                        const sycl::context& context, void* interop, int return_code) {
   if (!is_level_zero(backend)) {
@@ -84,8 +84,8 @@ sycl::queue* lookup_and_cache_kelpa_queue(void* native_queue, orv_gpu_backend_t 
 }
 
 // Unlike the look-ups above, the OpenCL context comes from property 6 here. A failed read of the
-// Level Zero platform leaves the context cache write-held for good, as every later use of it
-// then shows.
+// Level Zero platform leaves the context cache write-held for good, as every later use of it then
+// shows.
 sycl::queue* lookup_and_cache_kelpa_queue_and_context(void* interop) {
   using namespace offload;
   void* kind = nullptr;

@@ -1,6 +1,5 @@
-// Handing the completion of a nowait offload call back to the OpenMP runtime: the interop
-// object's completion function (property 4) is called with the object once the last event has
-// finished.
+// Handing the completion of a nowait offload call back to the OpenMP runtime: the interop object's
+// completion function (property 4) is called with the object once the last event has finished.
 #pragma once
 
 #include <sycl/sycl.hpp>

@@ -1,7 +1,7 @@
 // The offload entry: from a task record and an OpenMP interop object to a status. It derives a
-// queue from the interop object, checks the task, runs one submission for each family of
-// estimates that the mask selects, and waits for the last one or hands its completion back to
-// the OpenMP runtime. Nothing leaves it as an exception.
+// queue from the interop object, checks the task, runs one submission for each family of estimates
+// that the mask selects, and waits for the last one or hands its completion back to the OpenMP
+// runtime. Nothing leaves it as an exception.
 #pragma once
 
 #include <sycl/sycl.hpp>
@@ -21,8 +21,8 @@
 namespace vorlex::orv::stats::detail::offload {
 
 // The rows of estimates in their order. They are not chained: each is submitted on its own, none
-// reads what another wrote, and each one's status overwrites the running status, so the status
-// that comes back is that of the last row that ran.
+// reads what another wrote, and each one's status overwrites the running status, so the status that
+// comes back is that of the last row that ran.
 template <typename T, stats::layout L, typename Model>
 sycl::event run_rows(sycl::queue& queue, const ss_task& task, std::uint64_t mask,
                      typename Model::integer method, std::int32_t& status) {
@@ -32,9 +32,9 @@ sycl::event run_rows(sycl::queue& queue, const ss_task& task, std::uint64_t mask
                            static_cast<const T*>(task.weights), task.indices};
   };
   offload_result running{sycl::event{}, 0};
-  // A single-step min or max is still in flight when its submission returns, and once the entry
-  // has returned the caller may free what it writes: a row's event is waited for before the
-  // next row's replaces it, so that the last event stands for all the work.
+  // A single-step min or max is still in flight when its submission returns, and once the entry has
+  // returned the caller may free what it writes: a row's event is waited for before the next row's
+  // replaces it, so that the last event stands for all the work.
   const auto record = [&](offload_result&& row) {
     running.event.wait();
     running = std::move(row);
@@ -150,8 +150,8 @@ std::int32_t compute_with_layout(const ss_task& task, std::uint64_t mask,
   return -2;
 }
 
-// The storage word is examined first of all, before the interop object; it picks the layout,
-// which the submissions take as a template argument.
+// The storage word is examined first of all, before the interop object; it picks the layout, which
+// the submissions take as a template argument.
 template <typename T, typename Model>
 std::int32_t compute_omp_offload(ss_task* task, std::uint64_t mask, typename Model::integer method,
                                  void* interop) {
@@ -167,8 +167,8 @@ std::int32_t compute_omp_offload(ss_task* task, std::uint64_t mask, typename Mod
 
 }  // namespace vorlex::orv::stats::detail::offload
 
-// An entry of an element type and integer model under its C name, and its wrapper, which takes
-// the task pointer, the mask and the method by reference and tail-calls it.
+// An entry of an element type and integer model under its C name, and its wrapper, which takes the
+// task pointer, the mask and the method by reference and tail-calls it.
 #define TESSEL_OFFLOAD_ENTRY(T, MODEL, ENTRY, WRAPPER)                                        \
   extern "C" std::int32_t ENTRY(ss_task* task, std::uint64_t estimate_mask,                   \
                                 vorlex::orv::stats::detail::offload::MODEL::integer method,   \

@@ -27,8 +27,8 @@ Fn symbol(void* module, const char* name) {
   return reinterpret_cast<Fn>(dlsym(module, name));
 }
 
-// A half-bound state stays as it is: with only the first name found, its pointer stays set and
-// the state says failed.
+// A half-bound state stays as it is: with only the first name found, its pointer stays set and the
+// state says failed.
 std::int32_t bind_locked() {
   if (interop_state != 0) {
     interop_status = interop_state == 1 ? 0 : -1;

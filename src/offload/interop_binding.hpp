@@ -1,6 +1,6 @@
 // The OpenMP offload runtime, reached at run time without a link-time dependency: the two entry
-// points that read an interop object's properties are bound on first use, from libomptarget.so
-// as the dynamic loader finds it, and never again if that fails.
+// points that read an interop object's properties are bound on first use, from libomptarget.so as
+// the dynamic loader finds it, and never again if that fails.
 #pragma once
 
 #include <cstdint>
@@ -20,12 +20,12 @@ enum interop_property : std::int32_t {
   property_immediate_command_list = 10,  // omp_get_interop_int: non-zero for an immediate list
 };
 
-// Binds both entry points under the binding's lock; 0 when both are there, -1 otherwise, for
-// the life of the process.
+// Binds both entry points under the binding's lock; 0 when both are there, -1 otherwise, for the
+// life of the process.
 std::int32_t bind_interop();
 
-// The runtime's property readers. Reached before the binding succeeded, each binds first and,
-// when its entry point is still missing, prints message 3 and ends the process with code 2.
+// The runtime's property readers. Reached before the binding succeeded, each binds first and, when
+// its entry point is still missing, prints message 3 and ends the process with code 2.
 std::int32_t get_interop_property(void* interop, std::int32_t property, void** result);
 std::int32_t get_interop_int(void* interop, std::int32_t property, int* return_code);
 

@@ -1,7 +1,7 @@
-// A process-wide map from native handles to the SYCL objects made from them, behind a
-// reader-writer spin word. Entries are added and never removed until the process ends. The map
-// is Boost's node-based unordered_map: a value never moves once inserted, and for these keys it
-// keeps a power-of-two bucket count that it reaches by masking the hash.
+// A process-wide map from native handles to the SYCL objects made from them, behind a reader-writer
+// spin word. Entries are added and never removed until the process ends. The map is Boost's
+// node-based unordered_map: a value never moves once inserted, and for these keys it keeps a
+// power-of-two bucket count that it reaches by masking the hash.
 #pragma once
 
 #include <boost/unordered_map.hpp>
@@ -27,8 +27,8 @@ inline std::uint64_t fnv1a(std::uint64_t word) {
   return hash;
 }
 
-// A native context with the device it was made for (0 for OpenCL). The hash is symmetrical in
-// the two words, so {a, b} and {b, a} share a bucket and stay two entries.
+// A native context with the device it was made for (0 for OpenCL). The hash is symmetrical in the
+// two words, so {a, b} and {b, a} share a bucket and stay two entries.
 struct context_key {
   std::uint64_t context;
   std::uint64_t device;
@@ -73,8 +73,8 @@ class native_cache {
   // Under the write lock: inserts the key with a default value and assigns made to it.
   void insert(const Key& key, const Value& made) { map_[key] = made; }
 
-  // Keeps a heap object handed out on creation reachable for the life of the process; it is
-  // never freed. Under the write lock.
+  // Keeps a heap object handed out on creation reachable for the life of the process; it is never
+  // freed. Under the write lock.
   Value* keep(Value* made) {
     kept_->push_back(made);
     return made;
@@ -90,11 +90,10 @@ class native_cache {
   std::vector<Value*>* kept_ = new std::vector<Value*>;
 };
 
-// The look-up of the exported functions: a reader first; on a miss the writer looks again,
-// since another thread may have inserted in between, and only then makes the object. The
-// first call for a key gets the heap object it made, later ones the map's copy. An exception
-// of make leaves the write lock held: nothing releases it, and every later use of the cache
-// waits for good.
+// The look-up of the exported functions: a reader first; on a miss the writer looks again, since
+// another thread may have inserted in between, and only then makes the object. The first call for a
+// key gets the heap object it made, later ones the map's copy. An exception of make leaves the
+// write lock held: nothing releases it, and every later use of the cache waits for good.
 template <typename Cache, typename Make>
 typename Cache::value_type* lookup_or_create(Cache& cache, const typename Cache::key_type& key,
                                              Make&& make) {

@@ -26,8 +26,8 @@ volatile int opencl_lock = 0;
 std::int32_t opencl_state = 0;  // 0 not tried, 1 loaded, -1 failed
 std::int32_t opencl_status = -1;
 
-// Both directories to try first are empty, so the dynamic loader's search has two goes at the
-// bare name; the reason of the first failure is kept.
+// Both directories to try first are empty, so the dynamic loader's search has two goes at the bare
+// name; the reason of the first failure is kept.
 void* load_library() {
   if (void* module = dlopen(opencl_library, RTLD_NOW)) {
     return module;

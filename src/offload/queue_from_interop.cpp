@@ -71,8 +71,8 @@ sycl::queue queue_from_interop(void* interop, std::int32_t* backend) {
   int return_code = -1;
   *backend = get_interop_int(interop, property_foreign_runtime, &return_code);
   if (return_code != 0) {
-    // No foreign runtime number: the backend kind decides, and without it the value of the
-    // failed call stays.
+    // No foreign runtime number: the backend kind decides, and without it the value of the failed
+    // call stays.
     void* kind = nullptr;
     if (get_interop_property(interop, property_backend_kind, &kind) != 0 || kind == nullptr) {
       return default_queue();

@@ -15,9 +15,9 @@ enum foreign_runtime : std::int32_t {
   runtime_level_zero = 6,
 };
 
-// backend receives the foreign runtime number of the road taken; 0 means that no usable queue
-// came out, whatever is returned. A property that cannot be read is not reported otherwise.
-// Exceptions of the SYCL runtime pass through.
+// backend receives the foreign runtime number of the road taken; 0 means that no usable queue came
+// out, whatever is returned. A property that cannot be read is not reported otherwise. Exceptions
+// of the SYCL runtime pass through.
 sycl::queue queue_from_interop(void* interop, std::int32_t* backend);
 
 }  // namespace vorlex::orv::stats::detail::offload

@@ -1,7 +1,7 @@
 // A reader-writer spin lock in one 32-bit word: bit 0 is set while a writer holds it, the rest
 // counts readers in steps of 2. A reader announces itself before it waits, so a waiting reader
-// keeps an arriving writer out while a waiting writer does not hold back arriving readers.
-// Holders do little: a look-up, or (a writer) the creation of one SYCL object.
+// keeps an arriving writer out while a waiting writer does not hold back arriving readers. Holders
+// do little: a look-up, or (a writer) the creation of one SYCL object.
 #pragma once
 
 #include <atomic>

@@ -1,12 +1,12 @@
 // The offload road's submissions, one for each family of estimates: the GPU engine's USM drivers
 // with the plan, kernels and scratch of the public forms, instantiated with the ex:: functors
 // (which also store the mean and raw moments met on the way) and with the model's width of the
-// selection elements. A submission reads no task record and throws nothing of its own: it refuses
-// a bad method or a missing result array with a status, before anything reaches the device.
+// selection elements. A submission reads no task record and throws nothing of its own: it refuses a
+// bad method or a missing result array with a status, before anything reaches the device.
 //
-// Which orders are computed is decided by the arrays given; the mask only says which of them
-// must be there. A statistic that stores an array the mask did not require has it stored into an
-// array of the call when it is null, never through null.
+// Which orders are computed is decided by the arrays given; the mask only says which of them must
+// be there. A statistic that stores an array the mask did not require has it stored into an array
+// of the call when it is null, never through null.
 #pragma once
 
 #include <sycl/sycl.hpp>
@@ -120,8 +120,8 @@ offload_result submit_extreme(sycl::queue& queue, T* extreme, const task_dataset
       0};
 }
 
-// The raw families: the first array is always stored, the others as given. Functor is
-// raw_sum_func or raw_moment_func.
+// The raw families: the first array is always stored, the others as given. Functor is raw_sum_func
+// or raw_moment_func.
 template <stats::layout L, typename Model, template <typename, bool> class Functor, typename T>
 offload_result submit_raw(sycl::queue& queue, std::initializer_list<required_result> required,
                           T* first, T* second, T* third, T* fourth, const task_dataset<T>& data,
@@ -234,8 +234,8 @@ offload_result submit_central_moment(sycl::queue& queue, T* mean, T* raw2, T* ra
 }
 
 // variation, skewness and kurtosis: the mean is needed by both methods (as the caller's mean for
-// method 256); method 1 needs the raw moments that it stores on the way. fast_required lists
-// them after the result's own rule.
+// method 256); method 1 needs the raw moments that it stores on the way. fast_required lists them
+// after the result's own rule.
 template <stats::layout L, typename Model, typename T, typename MakeFast, typename MakeUserMean>
 offload_result submit_shape(sycl::queue& queue, const required_result& own,
                             std::initializer_list<required_result> fast_required, const T* mean,

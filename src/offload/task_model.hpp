@@ -26,8 +26,8 @@ std::int64_t read_integer(const void* place) {
   return *static_cast<const typename Model::integer*>(place);
 }
 
-// What a submission returns: the event of its last launch, or a default one with the status of
-// a refusal.
+// What a submission returns: the event of its last launch, or a default one with the status of a
+// refusal.
 struct offload_result {
   sycl::event event;
   std::int32_t status;

@@ -1,6 +1,6 @@
-// The road of a CPU queue. Entries hand it everything they were given, after the checks and
-// once the device has answered is_cpu; the statistic's CPU frame builds its functor and scratch
-// and hands the work to the estimator module in one host task (detail::cpu::submit).
+// The road of a CPU queue. Entries hand it everything they were given, after the checks and once
+// the device has answered is_cpu; the statistic's CPU frame builds its functor and scratch and
+// hands the work to the estimator module in one host task (detail::cpu::submit).
 #pragma once
 
 #include <sycl/sycl.hpp>

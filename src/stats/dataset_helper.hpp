@@ -1,5 +1,5 @@
-// The device's view of a dataset, and the rules by which every kernel reads it: element,
-// selection, weight. Kernels look at the flags, never at the handles, to learn what was given.
+// The device's view of a dataset, and the rules by which every kernel reads it: element, selection,
+// weight. Kernels look at the flags, never at the handles, to learn what was given.
 #pragma once
 
 #include <sycl/sycl.hpp>
@@ -48,9 +48,9 @@ inline typename Data::value_type observation(const Data& data, std::uint64_t d, 
   }
 }
 
-// Any non-zero selection element selects. The narrow form is an array of 32-bit elements seen
-// as 64-bit words: element d is the low half of word d >> 1 for even d and the high half for odd
-// d. Only that half is loaded, so the last element of an odd-length array is not read past.
+// Any non-zero selection element selects. The narrow form is an array of 32-bit elements seen as
+// 64-bit words: element d is the low half of word d >> 1 for even d and the high half for odd d.
+// Only that half is loaded, so the last element of an odd-length array is not read past.
 template <typename Data>
 inline bool is_selected(const Data& data, std::uint64_t d) {
   if (!data.has_indices) {

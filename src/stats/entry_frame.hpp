@@ -1,5 +1,5 @@
-// The road that every statistics entry takes: check the arguments, ask the queue's device what
-// it is, and hand the call to the CPU road or to the GPU engine. Only the statistic's description
+// The road that every statistics entry takes: check the arguments, ask the queue's device what it
+// is, and hand the call to the CPU road or to the GPU engine. Only the statistic's description
 // differs from one statistic to the next.
 #pragma once
 
@@ -31,8 +31,8 @@ road choose_road(sycl::queue& queue) {
   return road::gpu;
 }
 
-// Mean is no_mean for the plain forms and the caller's mean otherwise; Out are the outputs in
-// the order of the public signature.
+// Mean is no_mean for the plain forms and the caller's mean otherwise; Out are the outputs in the
+// order of the public signature.
 template <typename Statistic, method M, typename T, layout L, typename Mean, typename... Out>
 sycl::event usm_entry(sycl::queue& queue, Mean mean, const dataset<L, T*>& data,
                       const std::vector<sycl::event>& dependencies, Out... outputs) {

@@ -53,9 +53,8 @@ F make_gpu_functor(const std::array<bool, N>& given, const std::array<Handle, N>
       wants);
 }
 
-// A first output left out while later ones are given is still stored to by the engine: the
-// stores go to a stand-in of n_dims elements, never to the caller's null pointer or empty
-// buffer.
+// A first output left out while later ones are given is still stored to by the engine: the stores
+// go to a stand-in of n_dims elements, never to the caller's null pointer or empty buffer.
 inline std::size_t stand_in_size(std::int64_t n_dims) {
   return static_cast<std::size_t>(std::max<std::int64_t>(n_dims, 1));
 }
@@ -98,10 +97,10 @@ sycl::event gpu_road_usm(sycl::queue& queue, Mean mean, const dataset<L, T*>& da
   return done;
 }
 
-// The engine works on copies of the dataset and of the outputs (they share the caller's
-// storage). An output left out binds its accessor to a buffer of the entry's own: one element
-// for a flagged output, whose flag keeps it from being written, and a stand-in for the first.
-// Those buffers end with the call, and their end waits for the kernels that use them.
+// The engine works on copies of the dataset and of the outputs (they share the caller's storage).
+// An output left out binds its accessor to a buffer of the entry's own: one element for a flagged
+// output, whose flag keeps it from being written, and a stand-in for the first. Those buffers end
+// with the call, and their end waits for the kernels that use them.
 template <typename Statistic, typename T, layout L, typename Mean, typename... Out>
 void gpu_road_buffer(sycl::queue& queue, Mean mean, const dataset<L, sycl::buffer<T, 1>>& data,
                      Out... outputs) {

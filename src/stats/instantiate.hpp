@@ -1,5 +1,5 @@
-// Every entry exists for both element types and both layouts: INSTANTIATE(M, T, L) is expanded
-// for the four combinations of one method.
+// Every entry exists for both element types and both layouts: INSTANTIATE(M, T, L) is expanded for
+// the four combinations of one method.
 #pragma once
 
 #define TESSEL_STATS_FOR_TYPES_AND_LAYOUTS(INSTANTIATE, M) \

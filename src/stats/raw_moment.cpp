@@ -27,8 +27,8 @@ void raw_moment(sycl::queue& queue, const dataset<L, sycl::buffer<T, 1>>& data,
                                     sycl::buffer<T, 1>, sycl::buffer<T, 1>, sycl::buffer<T, 1>, \
                                     sycl::buffer<T, 1>);
 
-// The method::estimator entries of the plain form are these functions under a second name,
-// given at link time (src/CMakeLists.txt).
+// The method::estimator entries of the plain form are these functions under a second name, given at
+// link time (src/CMakeLists.txt).
 TESSEL_STATS_FOR_TYPES_AND_LAYOUTS(TESSEL_STATS_PLAIN, method::fast)
 
 }  // namespace vorlex::orv::stats

@@ -25,8 +25,8 @@ void raw_sum(sycl::queue& queue, const dataset<L, sycl::buffer<T, 1>>& data, syc
                                  sycl::buffer<T, 1>, sycl::buffer<T, 1>, sycl::buffer<T, 1>, \
                                  sycl::buffer<T, 1>);
 
-// The method::estimator entries of the plain form are these functions under a second name,
-// given at link time (src/CMakeLists.txt).
+// The method::estimator entries of the plain form are these functions under a second name, given at
+// link time (src/CMakeLists.txt).
 TESSEL_STATS_FOR_TYPES_AND_LAYOUTS(TESSEL_STATS_PLAIN, method::fast)
 
 }  // namespace vorlex::orv::stats

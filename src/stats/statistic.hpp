@@ -1,5 +1,5 @@
-// What an entry needs to know about its statistic. Each statistic's header describes it in
-// these terms; the frame in entry_frame.hpp does everything else.
+// What an entry needs to know about its statistic. Each statistic's header describes it in these
+// terms; the frame in entry_frame.hpp does everything else.
 //
 // A statistic's description is a struct with:
 //   name                       the statistic's name, the function of every exception it throws
@@ -12,8 +12,8 @@
 
 namespace vorlex::orv::stats::detail {
 
-// The texts of a failed output check: the USM form tests a pointer against null, the buffer
-// form a buffer's element count against 0.
+// The texts of a failed output check: the USM form tests a pointer against null, the buffer form a
+// buffer's element count against 0.
 struct absent_texts {
   const char* usm;
   const char* buffer;

@@ -41,8 +41,8 @@ void variation(sycl::queue& queue, sycl::buffer<T, 1> mean,
   template void variation<M, T, L>(sycl::queue&, sycl::buffer<T, 1>,                   \
                                    const dataset<L, sycl::buffer<T, 1>>&, sycl::buffer<T, 1>);
 
-// The method::estimator entries of the plain form are these functions under a second name,
-// given at link time (src/CMakeLists.txt).
+// The method::estimator entries of the plain form are these functions under a second name, given at
+// link time (src/CMakeLists.txt).
 TESSEL_STATS_FOR_TYPES_AND_LAYOUTS(TESSEL_STATS_PLAIN, method::fast)
 TESSEL_STATS_FOR_TYPES_AND_LAYOUTS(TESSEL_STATS_USER_MEAN, method::fast)
 

@@ -1,10 +1,10 @@
 // Tessel Stats: weighted summary statistics of a matrix of observations on a SYCL queue.
 //
 // Every statistic is a function template stat<method, T, layout> whose combinations are compiled
-// into the library; a combination that the library does not provide fails to link. Each comes
-// in a USM form (pointers, an event list, returns the event of the work) and a buffer form
-// (sycl::buffer objects, returns nothing). Outputs hold one element per dimension; a dimension
-// that `indices` skips is never written.
+// into the library; a combination that the library does not provide fails to link. Each comes in a
+// USM form (pointers, an event list, returns the event of the work) and a buffer form (sycl::buffer
+// objects, returns nothing). Outputs hold one element per dimension; a dimension that `indices`
+// skips is never written.
 #pragma once
 
 #include <sycl/sycl.hpp>
@@ -14,9 +14,9 @@
 #include <string>
 #include <vector>
 
-// Everything below is the library's interface and stays visible across the shared library
-// boundary: exceptions are caught by type in the caller. The statistics are marked one by one
-// as well, since a compiler may otherwise hide a function whose parameters are of hidden types.
+// Everything below is the library's interface and stays visible across the shared library boundary:
+// exceptions are caught by type in the caller. The statistics are marked one by one as well, since
+// a compiler may otherwise hide a function whose parameters are of hidden types.
 #pragma GCC visibility push(default)
 #define TESSEL_STATS_EXPORT __attribute__((visibility("default")))
 
@@ -81,8 +81,8 @@ enum class layout {
 template <layout L, typename Data>
 struct dataset;
 
-// Null weights: every observation weighs 1. Null indices: every dimension is selected;
-// otherwise a non-zero element selects its dimension.
+// Null weights: every observation weighs 1. Null indices: every dimension is selected; otherwise a
+// non-zero element selects its dimension.
 template <layout L, typename T>
 struct dataset<L, T*> {
   dataset(std::int64_t dims, std::int64_t observation_count, T* data, T* data_weights = nullptr,
@@ -120,8 +120,8 @@ struct dataset<L, sycl::buffer<T, 1>> {
   sycl::buffer<std::int64_t, 1> indices;
 };
 
-// Weighted raw power sums of order 1 to 4. Every output after the first may be left out
-// (nullptr, or a buffer of zero elements); at least one output must be given.
+// Weighted raw power sums of order 1 to 4. Every output after the first may be left out (nullptr,
+// or a buffer of zero elements); at least one output must be given.
 template <method M, typename T, layout L>
 TESSEL_STATS_EXPORT sycl::event raw_sum(sycl::queue& queue, const dataset<L, T*>& data, T* sum,
                                         T* sum2, T* sum3, T* sum4,
@@ -148,8 +148,8 @@ template <method M, typename T, layout L>
 TESSEL_STATS_EXPORT void mean(sycl::queue& queue, const dataset<L, sycl::buffer<T, 1>>& data,
                               sycl::buffer<T, 1> mean);
 
-// The statistics below also come with the caller's mean (one element per dimension) as an
-// input; those forms exist for method::fast only.
+// The statistics below also come with the caller's mean (one element per dimension) as an input;
+// those forms exist for method::fast only.
 
 // Central power sums of order 2 to 4; sum3 and sum4 may be left out.
 template <method M, typename T, layout L>
@@ -265,11 +265,11 @@ TESSEL_STATS_EXPORT void min_max(sycl::queue& queue, const dataset<L, sycl::buff
 
 // OpenMP offload: a summary-statistics task record (made by the estimator module) and an OpenMP
 // interop object in, the estimates that estimate_mask selects computed on the device behind the
-// interop object. Every failure is a negative status, never an exception: -1 the device route
-// is not available, -2 an unknown failure, -3 a storage word that is neither layout, -4001 and
-// below a bad value in the task. The _lp64 entries read the counts, the storage word and the
-// selection of dimensions as 32-bit integers, the _ilp64 ones as 64-bit integers. The lower-case
-// names take their arguments by reference.
+// interop object. Every failure is a negative status, never an exception: -1 the device route is
+// not available, -2 an unknown failure, -3 a storage word that is neither layout, -4001 and below a
+// bad value in the task. The _lp64 entries read the counts, the storage word and the selection of
+// dimensions as 32-bit integers, the _ilp64 ones as 64-bit integers. The lower-case names take
+// their arguments by reference.
 struct ss_task;
 extern "C" {
 TESSEL_STATS_EXPORT std::int32_t orv_ksu_sSSCompute_omp_offload_lp64(ss_task* task,
@@ -304,9 +304,8 @@ TESSEL_STATS_EXPORT std::int32_t orv_ksu_dsscompute_omp_offload(ss_task* const* 
                                                                 void* interop);
 }
 
-// Native OpenCL and Level Zero handles mapped to the SYCL objects made from them, once per
-// process. A returned pointer stays valid for the life of the process and is never freed by the
-// caller.
+// Native OpenCL and Level Zero handles mapped to the SYCL objects made from them, once per process.
+// A returned pointer stays valid for the life of the process and is never freed by the caller.
 namespace vorlex::orv::gpu {
 
 enum orv_gpu_backend_t { orv_gpu_backend_opencl = 0, orv_gpu_backend_level_zero = 1 };

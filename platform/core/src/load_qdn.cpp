@@ -18,8 +18,9 @@ std::string default_estimator_file() {
       info.dli_fname != nullptr) {
     const std::string self = info.dli_fname;
     const auto slash = self.rfind('/');
-    if (slash != std::string::npos)
+    if (slash != std::string::npos) {
       file = self.substr(0, slash + 1) + file;
+    }
   }
   return file;
 }

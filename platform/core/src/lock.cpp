@@ -13,8 +13,9 @@ void pause_briefly() {
 }  // namespace
 
 extern "C" void orv_serv_lock(volatile int* word) {
-  if (word == nullptr)
+  if (word == nullptr) {
     return;
+  }
   for (unsigned attempt = 0;; ++attempt) {
     // Read before exchanging, so that waiters do not keep the word's cache line moving.
     if (__atomic_load_n(word, __ATOMIC_RELAXED) == 0 &&
@@ -30,6 +31,7 @@ extern "C" void orv_serv_lock(volatile int* word) {
 }
 
 extern "C" void orv_serv_unlock(volatile int* word) {
-  if (word != nullptr)
+  if (word != nullptr) {
     __atomic_store_n(word, 0, __ATOMIC_RELEASE);
+  }
 }

@@ -21,8 +21,8 @@ struct block_view {
   std::int64_t stride;  // elements from one observation to the next: 1 in row-major storage
 };
 
-// The sums that one step leaves, by quantity and dimension of the group: power sums of one
-// block, central sums of another.
+// The sums that one step leaves, by quantity and dimension of the group: power sums of one block,
+// central sums of another.
 template <int QA, int QB>
 struct step_sums {
   double_double power[std::max(QA, 1)][max_group_dims];
@@ -30,8 +30,8 @@ struct step_sums {
 };
 
 // One step: the power sums of block a and the sums of the deviations of block b from centre[k],
-// side by side; a and b are the same block on its read from memory, and b alone on a second
-// pass in cache. Either block may have no observations.
+// side by side; a and b are the same block on its read from memory, and b alone on a second pass in
+// cache. Either block may have no observations.
 template <class V, int Raw, int Central, bool Weighted, class T>
 TESSEL_INLINE void step(const block_view<T>& a, const block_view<T>& b, const double* centre,
                         step_sums<power_quantities(Raw, Weighted), Central>& out) {
@@ -47,8 +47,8 @@ TESSEL_INLINE void step(const block_view<T>& a, const block_view<T>& b, const do
     }
   };
   if (a.stride == 1) {
-    // One dimension: rows of neighbouring observations, then the few left over one by one, and
-    // all lanes folded together.
+    // One dimension: rows of neighbouring observations, then the few left over one by one, and all
+    // lanes folded together.
     using main_shape = row_shape<V, wide>;
     const std::int64_t rows_a = a.n / main_shape::lanes, rows_b = b.n / main_shape::lanes;
     const std::int64_t done_a = rows_a * main_shape::lanes, done_b = rows_b * main_shape::lanes;
@@ -73,10 +73,12 @@ TESSEL_INLINE void step(const block_view<T>& a, const block_view<T>& b, const do
       tail.fold(q, total);
       return renormalize(total.hi, total.lo);
     };
-    for (int q = 0; q < QA; ++q)
+    for (int q = 0; q < QA; ++q) {
       out.power[q][0] = fold(main_a, tail_a, q);
-    for (int q = 0; q < Central; ++q)
+    }
+    for (int q = 0; q < Central; ++q) {
       out.central[q][0] = fold(main_b, tail_b, q);
+    }
   } else {
     // No wider than a group.
     constexpr int group_wide = std::min(wide, static_cast<int>(max_group_dims) / lanes_of<V>);
@@ -92,10 +94,12 @@ TESSEL_INLINE void step(const block_view<T>& a, const block_view<T>& b, const do
               strided_rows<T>{a.x + first, a.w, a.stride}, a.n, ta,
               strided_rows<T>{b.x + first, b.w, b.stride}, b.n, c, tb);
           for (int l = 0; l < S::lanes; ++l) {
-            for (int q = 0; q < QA; ++q)
+            for (int q = 0; q < QA; ++q) {
               out.power[q][first + l] = ta.total(q, l);
-            for (int q = 0; q < Central; ++q)
+            }
+            for (int q = 0; q < Central; ++q) {
               out.central[q][first + l] = tb.total(q, l);
+            }
           }
         });
   }
@@ -105,8 +109,9 @@ TESSEL_INLINE void step(const block_view<T>& a, const block_view<T>& b, const do
 // say) from it are then exact, so data whose central sums are exact keep them exact; the guess
 // moves by a few parts in 1e8 of the mean, which the test for a far mean allows for.
 inline double short_centre(double c) {
-  if (!std::isfinite(c))
+  if (!std::isfinite(c)) {
     return c;
+  }
   int exponent = 0;
   const double significand = std::frexp(c, &exponent);
   return std::ldexp(std::nearbyint(std::ldexp(significand, 26)), exponent - 26);
@@ -119,17 +124,18 @@ double first_centre(const observations<T>& data, std::int64_t d, std::int64_t i0
   const std::int64_t n = std::min<std::int64_t>(i1 - i0, 256);
   const double share = 1.0 / static_cast<double>(n);
   double centre = 0.0;
-  for (std::int64_t i = i0; i < i0 + n; ++i)
+  for (std::int64_t i = i0; i < i0 + n; ++i) {
     centre += static_cast<double>(data.x[data.shape.offset(d, i)]) * share;
+  }
   return short_centre(centre);
 }
 
 // Observations [i0, i1) of dimensions [d0, d1), block by block, merged in order into out. Each
-// block is read from memory once, for its power sums and the sums of its deviations from a
-// centre: the caller's mean, or else a guess at the block's mean (the mean of the blocks before
-// it). Where the block's own mean turns out far from the guess beside its spread, the
-// deviations would lose digits when moved to it, so they are summed again about that mean while
-// the block is still in cache. Without central sums the part is one block.
+// block is read from memory once, for its power sums and the sums of its deviations from a centre:
+// the caller's mean, or else a guess at the block's mean (the mean of the blocks before it). Where
+// the block's own mean turns out far from the guess beside its spread, the deviations would lose
+// digits when moved to it, so they are summed again about that mean while the block is still in
+// cache. Without central sums the part is one block.
 template <class V, int Raw, int Central, bool Weighted, class T>
 TESSEL_INLINE void reduce_part(const observations<T>& data, const sums_request<T>& what,
                                std::int64_t d0, std::int64_t d1, std::int64_t i0, std::int64_t i1,
@@ -160,13 +166,14 @@ TESSEL_INLINE void reduce_part(const observations<T>& data, const sums_request<T
       partial_sums& s = sums[k];
       s.w = Weighted ? found.power[0][k] : double_double{static_cast<double>(block.n), 0.0};
       s.w2 = Weighted ? found.power[1][k] : s.w;
-      for (int j = 0; j < Raw; ++j)
+      for (int j = 0; j < Raw; ++j) {
         s.raw[j] = found.power[first_raw + j][k];
+      }
     }
     if constexpr (Central > 0) {
       if (!given) {
-        // Far: delta^2 > D2 / (16 W), with delta = D1 / W the distance of the mean from the
-        // centre, so that the terms that move the sums to the mean stay small beside them.
+        // Far: delta^2 > D2 / (16 W), with delta = D1 / W the distance of the mean from the centre,
+        // so that the terms that move the sums to the mean stay small beside them.
         bool far = false;
         double own[max_group_dims];
         for (int k = 0; k < dims; ++k) {
@@ -182,19 +189,22 @@ TESSEL_INLINE void reduce_part(const observations<T>& data, const sums_request<T
           step<V, 0, Central, Weighted>(none, block, own, again);
           for (int k = 0; k < dims; ++k) {
             centre[k] = own[k];
-            for (int j = 0; j < Central; ++j)
+            for (int j = 0; j < Central; ++j) {
               found.central[j][k] = again.central[j][k];
+            }
           }
         }
       }
       for (int k = 0; k < dims; ++k) {
         double_double d[4] = {};
-        for (int j = 0; j < Central; ++j)
+        for (int j = 0; j < Central; ++j) {
           d[j] = found.central[j][k];
+        }
         if (given) {
           sums[k].mean = {centre[k], 0.0};
-          for (int j = 0; j < 3; ++j)
+          for (int j = 0; j < 3; ++j) {
             sums[k].central[j] = d[j + 1];
+          }
         } else {
           centre_on_own_mean(centre[k], d, sums[k]);
           // The next block is guessed to lie where this one does.
@@ -202,8 +212,9 @@ TESSEL_INLINE void reduce_part(const observations<T>& data, const sums_request<T
         }
       }
     }
-    for (int k = 0; k < dims; ++k)
+    for (int k = 0; k < dims; ++k) {
       merge(out[k], sums[k], how);
+    }
   }
 }
 

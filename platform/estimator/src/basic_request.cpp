@@ -35,8 +35,9 @@ constexpr estimate_description descriptions[basic_estimates] = {
 
 constexpr std::uint64_t provided_bits() {
   std::uint64_t bits = 0;
-  for (const auto& d : descriptions)
+  for (const auto& d : descriptions) {
     bits |= d.bit;
+  }
   return bits;
 }
 
@@ -53,18 +54,21 @@ std::int32_t read_basic_request(const ss_task& task, std::uint64_t mask, std::in
   for (int e = 0; e < basic_estimates; ++e) {
     const estimate_description& d = descriptions[e];
     // With a user mean, `mean` is input: it is neither computed nor written.
-    if ((mask & d.bit) == 0 || (e == mean && user_mean))
+    if ((mask & d.bit) == 0 || (e == mean && user_mean)) {
       continue;
+    }
     r.out[e] = static_cast<T*>(task.*d.field);
-    if (r.out[e] == nullptr)
+    if (r.out[e] == nullptr) {
       return SS_STATUS_NULL_RESULT;
+    }
     r.raw_degree = std::max(r.raw_degree, d.raw_degree);
     r.central_degree = std::max(r.central_degree, d.central_degree);
   }
   if (user_mean && r.central_degree > 0) {
     r.user_mean = static_cast<const T*>(task.mean);
-    if (r.user_mean == nullptr)
+    if (r.user_mean == nullptr) {
       return SS_STATUS_NULL_RESULT;
+    }
   }
   return SS_STATUS_OK;
 }
@@ -73,19 +77,24 @@ template <class T>
 void store_estimates(const basic_request<T>& r, std::int64_t d, const partial_sums& s) {
   // Each estimate is formed only if it is wanted.
   const auto put = [&](int e, const auto& value) {
-    if (r.out[e] != nullptr)
+    if (r.out[e] != nullptr) {
       r.out[e][d] = static_cast<T>(value());
+    }
   };
   const double_double& w = s.w;
   put(mean, [&] { return to_double(s.raw[0] / w); });
-  for (int k = 2; k <= 4; ++k)
+  for (int k = 2; k <= 4; ++k) {
     put(raw_moment2 + k - 2, [&] { return to_double(s.raw[k - 1] / w); });
-  for (int k = 1; k <= 4; ++k)
+  }
+  for (int k = 1; k <= 4; ++k) {
     put(sum + k - 1, [&] { return to_double(s.raw[k - 1]); });
-  for (int k = 2; k <= 4; ++k)
+  }
+  for (int k = 2; k <= 4; ++k) {
     put(central_sum2 + k - 2, [&] { return to_double(s.central[k - 2]); });
-  if (r.central_degree == 0)
+  }
+  if (r.central_degree == 0) {
     return;
+  }
   // The variance carries the W / (W^2 - W2) correction; higher moments are over W alone.
   const double v = to_double(s.central[0] * (w / (w * w - s.w2)));
   const auto m3 = [&] { return to_double(s.central[1] / w); };

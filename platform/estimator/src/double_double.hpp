@@ -19,11 +19,12 @@ inline double_double two_sum(double a, double b) {
   return {s, (a - (s - b_part)) + (b - b_part)};
 }
 
-// Renormalises s + e with |e| much smaller than |s|. Infinities and NaN are kept as they are,
-// so that they reach the results as a plain double sum would give them.
+// Renormalises s + e with |e| much smaller than |s|. Infinities and NaN are kept as they are, so
+// that they reach the results as a plain double sum would give them.
 inline double_double renormalize(double s, double e) {
-  if (!(std::fabs(s) <= DBL_MAX))
+  if (!(std::fabs(s) <= DBL_MAX)) {
     return {s, 0.0};
+  }
   const double hi = s + e;
   return {hi, e - (hi - s)};
 }
@@ -50,8 +51,9 @@ inline double_double operator*(double_double a, double_double b) {
 
 inline double_double operator/(double_double a, double_double b) {
   const double q1 = a.hi / b.hi;
-  if (!(std::fabs(q1) <= DBL_MAX))
+  if (!(std::fabs(q1) <= DBL_MAX)) {
     return {q1, 0.0};
+  }
   double_double r = a - b * double_double{q1, 0.0};
   const double q2 = r.hi / b.hi;
   r = r - b * double_double{q2, 0.0};
@@ -63,8 +65,8 @@ inline double to_double(double_double a) {
   return a.hi + a.lo;
 }
 
-// Sum of doubles with the rounding error of every addition carried along (Kahan-Babuska).
-// `sum` alone is the plain running sum, so infinities behave as in a plain sum.
+// Sum of doubles with the rounding error of every addition carried along (Kahan-Babuska). `sum`
+// alone is the plain running sum, so infinities behave as in a plain sum.
 class compensated_sum {
  public:
   void add(double x) {

@@ -76,8 +76,8 @@ TESSEL_STAGE(_ksusSSMinmax, minmax_stage<float>)
 TESSEL_STAGE(_ksudSSMinmax, minmax_stage<double>)
 #endif
 
-// Stages of estimates that this module does not compute: present, so that a dispatcher finds
-// every name, and refusing.
+// Stages of estimates that this module does not compute: present, so that a dispatcher finds every
+// name, and refusing.
 namespace {
 std::int32_t not_provided(ss_task*, std::uint64_t, std::intptr_t, const ss_threading_entry*) {
   return SS_STATUS_NOT_PROVIDED;

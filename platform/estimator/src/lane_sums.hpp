@@ -1,9 +1,9 @@
-// The loops over observations. A stretch of data is seen as rows of lanes: in row-major storage
-// a row is a few consecutive observations of one dimension, in column-major storage it is one
-// observation of a group of neighbouring dimensions, a lane per dimension. Every lane is a chain
-// of plain double sums over a short run of rows; the runs' totals are added with compensation,
-// so the sums keep their accuracy while the loops carry no dependency from one addition to the
-// next beyond their own lane.
+// The loops over observations. A stretch of data is seen as rows of lanes: in row-major storage a
+// row is a few consecutive observations of one dimension, in column-major storage it is one
+// observation of a group of neighbouring dimensions, a lane per dimension. Every lane is a chain of
+// plain double sums over a short run of rows; the runs' totals are added with compensation, so the
+// sums keep their accuracy while the loops carry no dependency from one addition to the next beyond
+// their own lane.
 //
 // Two kinds of sums are taken: power sums, and central sums about a centre. The loops take both
 // side by side, over the same rows or over two stretches.
@@ -58,8 +58,8 @@ struct lane_totals {
   double_double total(int q, int l) const {
     return renormalize(lane_value(sum[q][l / w], l % w), lane_value(error[q][l / w], l % w));
   }
-  // All lanes of quantity q, added to `onto` (the running sum and error of other lanes) exactly
-  // but for the errors' own rounding.
+  // All lanes of quantity q, added to `onto` (the running sum and error of other lanes) exactly but
+  // for the errors' own rounding.
   void fold(int q, double_double& onto) const {
     for (int l = 0; l < lanes; ++l) {
       const double_double s = two_sum(onto.hi, lane_value(sum[q][l / w], l % w));
@@ -86,19 +86,22 @@ TESSEL_INLINE void load_weight(V& weight, const Rows& rows, std::int64_t r, int 
   }
 }
 
-// Adds w v^k to s_k for k = 1..Degree, given v and w v: as products of v and v^2, so that each
-// sum takes one multiply-add and the powers hang on few multiplications.
+// Adds w v^k to s_k for k = 1..Degree, given v and w v: as products of v and v^2, so that each sum
+// takes one multiply-add and the powers hang on few multiplications.
 template <int Degree, class V>
 TESSEL_INLINE void add_powers(V& s1, V& s2, V& s3, V& s4, const V& v, const V& wv) {
-  if constexpr (Degree >= 1)
+  if constexpr (Degree >= 1) {
     s1 += wv;
+  }
   if constexpr (Degree >= 2) {
     const V wv2 = wv * v;
     s2 += wv2;
-    if constexpr (Degree >= 3)
+    if constexpr (Degree >= 3) {
       s3 += wv2 * v;
-    if constexpr (Degree >= 4)
+    }
+    if constexpr (Degree >= 4) {
       s4 += wv2 * (v * v);
+    }
   }
 }
 
@@ -158,8 +161,9 @@ TESSEL_INLINE void for_runs(std::int64_t r0, std::int64_t r1, const Start& run_s
   for (std::int64_t run0 = r0; run0 < r1; run0 += run_rows) {
     const std::int64_t run1 = std::min(run0 + run_rows, r1);
     run_start();
-    for (std::int64_t r = run0; r < run1; ++r)
+    for (std::int64_t r = run0; r < run1; ++r) {
       each(r);
+    }
     run_end();
   }
 }
@@ -167,13 +171,14 @@ TESSEL_INLINE void for_runs(std::int64_t r0, std::int64_t r1, const Start& run_s
 template <class V, int Vectors, int Q>
 TESSEL_INLINE void add_run(lane_totals<V, Vectors, Q>& totals, const V (&acc)[Q][Vectors]) {
   for (int q = 0; q < Q; ++q) {
-    for (int j = 0; j < Vectors; ++j)
+    for (int j = 0; j < Vectors; ++j) {
       totals.add(q, j, acc[q][j]);
+    }
   }
 }
 
-// The power sums of rows [0, n_a) of `a` and the central sums of rows [0, n_b) of `b`, side by
-// side over the rows they share. Central is the degree of the central sums, 0 for none.
+// The power sums of rows [0, n_a) of `a` and the central sums of rows [0, n_b) of `b`, side by side
+// over the rows they share. Central is the degree of the central sums, 0 for none.
 template <int Raw, int Central, bool Weighted, class V, int Vectors, class Rows>
 TESSEL_INLINE void add_rows(
     const Rows& a, std::int64_t n_a,
@@ -186,27 +191,33 @@ TESSEL_INLINE void add_rows(
   V acc_b[std::max(QB, 1)][Vectors];
   const auto clear = [&]() __attribute__((always_inline)) {
     for (int j = 0; j < Vectors; ++j) {
-      for (auto& q : acc_a)
+      for (auto& q : acc_a) {
         q[j] = V{};
-      for (auto& q : acc_b)
+      }
+      for (auto& q : acc_b) {
         q[j] = V{};
+      }
     }
   };
   const auto power_row = [&](std::int64_t r) __attribute__((always_inline)) {
-    if constexpr (QA > 0)
+    if constexpr (QA > 0) {
       add_power_row<Raw, Weighted, V, Vectors>(acc_a, a, r);
+    }
   };
   const auto central_row = [&](std::int64_t r) __attribute__((always_inline)) {
-    if constexpr (QB > 0)
+    if constexpr (QB > 0) {
       add_central_row<Central, Weighted, V, Vectors>(acc_b, b, r, centre);
+    }
   };
   const auto end_a = [&]() __attribute__((always_inline)) {
-    if constexpr (QA > 0)
+    if constexpr (QA > 0) {
       add_run(ta, acc_a);
+    }
   };
   const auto end_b = [&]() __attribute__((always_inline)) {
-    if constexpr (QB > 0)
+    if constexpr (QB > 0) {
       add_run(tb, acc_b);
+    }
   };
   if constexpr (QA == 0) {
     n_a = 0;
@@ -237,27 +248,31 @@ struct row_shape {
   static constexpr int lanes = Vectors * lanes_of<V>;
 };
 
-// Enough independent chains to hide the latency of an addition, few enough for the sums and
-// the centres to stay in registers.
+// Enough independent chains to hide the latency of an addition, few enough for the sums and the
+// centres to stay in registers.
 constexpr int wide_vectors(int power_quantities, int central_quantities) {
-  if (central_quantities == 0)
+  if (central_quantities == 0) {
     return power_quantities == 1 ? 8 : power_quantities == 2 ? 4 : 2;
+  }
   return std::clamp(13 / (power_quantities + central_quantities + 1), 1, 4);
 }
 
-// Calls f(first_lane, shape) for consecutive groups of lanes that cover [0, count): groups of
-// Wide vectors of V, then single vectors, then plain scalars for the lanes left over.
+// Calls f(first_lane, shape) for consecutive groups of lanes that cover [0, count): groups of Wide
+// vectors of V, then single vectors, then plain scalars for the lanes left over.
 template <class V, int Wide, class F>
 TESSEL_INLINE void for_lane_groups(int count, const F& f) {
   using wide = row_shape<V, Wide>;
   using single = row_shape<V, 1>;
   int first = 0;
-  for (; first + wide::lanes <= count; first += wide::lanes)
+  for (; first + wide::lanes <= count; first += wide::lanes) {
     f(first, wide{});
-  for (; first + single::lanes <= count; first += single::lanes)
+  }
+  for (; first + single::lanes <= count; first += single::lanes) {
     f(first, single{});
-  for (; first < count; ++first)
+  }
+  for (; first < count; ++first) {
     f(first, row_shape<scalar_of<V>, 1>{});
+  }
 }
 
 }  // namespace tessel::estimator

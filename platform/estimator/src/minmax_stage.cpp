@@ -17,10 +17,12 @@ struct extremes {
   T max = -std::numeric_limits<T>::infinity();
 
   void merge(const extremes& other) {
-    if (other.min < min)
+    if (other.min < min) {
       min = other.min;
-    if (other.max > max)
+    }
+    if (other.max > max) {
       max = other.max;
+    }
   }
   bool found() const { return min <= max; }
 };
@@ -39,8 +41,8 @@ TESSEL_INLINE void add_extreme_rows(const Rows& rows, std::int64_t n_rows, V (&l
   }
 }
 
-// The extremes of observations [i0, i1) of dimensions [d0, d1), into out[d - d0], with vectors
-// as wide as the double vector D.
+// The extremes of observations [i0, i1) of dimensions [d0, d1), into out[d - d0], with vectors as
+// wide as the double vector D.
 template <class D, class T>
 TESSEL_INLINE void extremes_of_part(const T* x, const task_shape& shape, std::int64_t d0,
                                     std::int64_t d1, std::int64_t i0, std::int64_t i1,
@@ -58,9 +60,10 @@ TESSEL_INLINE void extremes_of_part(const T* x, const task_shape& shape, std::in
     }
     add_extreme_rows<W, S::vectors>(rows, n_rows, low, high);
     constexpr int w = lanes_of<W>;
-    for (int l = 0; l < S::lanes; ++l)
+    for (int l = 0; l < S::lanes; ++l) {
       out[fold ? 0 : first + l].merge(
           {lane_value(low[l / w], l % w), lane_value(high[l / w], l % w)});
+    }
   };
   const T* start = x + shape.offset(d0, i0);
   const std::int64_t n = i1 - i0;
@@ -97,18 +100,23 @@ template <class T>
 std::int32_t minmax_stage(ss_task* task, std::uint64_t estimate_mask, std::intptr_t method,
                           const ss_threading_entry* threading_table) {
   task_shape shape;
-  if (const std::int32_t status = read_task_shape(task, sizeof(T), shape))
+  if (const std::int32_t status = read_task_shape(task, sizeof(T), shape)) {
     return status;
-  if ((estimate_mask & SS_STAGE_MINMAX) == 0)
+  }
+  if ((estimate_mask & SS_STAGE_MINMAX) == 0) {
     return SS_STATUS_OK;
-  if (!known_method(method))
+  }
+  if (!known_method(method)) {
     return SS_STATUS_BAD_METHOD;
+  }
   T* const min_out = (estimate_mask & SS_MIN) != 0 ? static_cast<T*>(task->min) : nullptr;
   T* const max_out = (estimate_mask & SS_MAX) != 0 ? static_cast<T*>(task->max) : nullptr;
-  if ((estimate_mask & SS_MIN) != 0 && min_out == nullptr)
+  if ((estimate_mask & SS_MIN) != 0 && min_out == nullptr) {
     return SS_STATUS_NULL_RESULT;
-  if ((estimate_mask & SS_MAX) != 0 && max_out == nullptr)
+  }
+  if ((estimate_mask & SS_MAX) != 0 && max_out == nullptr) {
     return SS_STATUS_NULL_RESULT;
+  }
   const T* const x = static_cast<const T*>(task->observations);
   const bool avx2 = avx2_enabled();
   try {
@@ -123,13 +131,16 @@ std::int32_t minmax_stage(ss_task* task, std::uint64_t estimate_mask, std::intpt
         },
         [](extremes<T>& total, const extremes<T>& part) { total.merge(part); });
     for (std::int64_t d = 0; d < shape.n_dims; ++d) {
-      if (!shape.selected(d))
+      if (!shape.selected(d)) {
         continue;
+      }
       const extremes<T>& e = found[static_cast<std::size_t>(d)];
-      if (min_out != nullptr)
+      if (min_out != nullptr) {
         min_out[d] = e.found() ? e.min : std::numeric_limits<T>::quiet_NaN();
-      if (max_out != nullptr)
+      }
+      if (max_out != nullptr) {
         max_out[d] = e.found() ? e.max : std::numeric_limits<T>::quiet_NaN();
+      }
     }
   } catch (const std::bad_alloc&) {
     return SS_STATUS_NO_MEMORY;

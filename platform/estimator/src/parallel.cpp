@@ -3,10 +3,10 @@
 namespace tessel::estimator {
 namespace {
 
-// A block is read from memory once, and where its mean is far from the guess summed again while
-// it stays in the second-level cache; large enough that the merges of blocks, one per dimension of
-// a column-major group, cost little beside the loops. A task reads a megabyte, enough to outweigh
-// the cost of handing it out and small enough for two cores to share the work evenly.
+// A block is read from memory once, and where its mean is far from the guess summed again while it
+// stays in the second-level cache; large enough that the merges of blocks, one per dimension of a
+// column-major group, cost little beside the loops. A task reads a megabyte, enough to outweigh the
+// cost of handing it out and small enough for two cores to share the work evenly.
 constexpr std::int64_t cache_block_bytes = 256 * 1024;
 constexpr std::int64_t task_bytes = 1024 * 1024;
 
@@ -15,10 +15,12 @@ std::int64_t ceil_div(std::int64_t a, std::int64_t b) {
 }
 
 std::int64_t group_dims(const task_shape& shape, std::int64_t element_size) {
-  if (shape.obs_stride != 1)
+  if (shape.obs_stride != 1) {
     return std::min(max_group_dims, shape.n_dims);
-  if (shape.n_obs >= task_bytes / element_size)
+  }
+  if (shape.n_obs >= task_bytes / element_size) {
     return 1;
+  }
   return std::min(task_bytes / (shape.n_obs * element_size), shape.n_dims);
 }
 

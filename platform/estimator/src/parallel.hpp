@@ -16,10 +16,10 @@ namespace tessel::estimator {
 constexpr std::int64_t max_group_dims = 16;
 
 // Tasks are (group of dimensions, part of the observations) pairs, numbered group-major. A
-// column-major group holds neighbouring dimensions, which share the cache lines of an
-// observation; a row-major group holds as many whole dimensions as make a task's worth of data,
-// at least one. The cut depends on the shape of the data alone, never on the number of threads,
-// so results do not either; and small data make one task, which wakes no thread.
+// column-major group holds neighbouring dimensions, which share the cache lines of an observation;
+// a row-major group holds as many whole dimensions as make a task's worth of data, at least one.
+// The cut depends on the shape of the data alone, never on the number of threads, so results do not
+// either; and small data make one task, which wakes no thread.
 struct work_split {
   std::int64_t dims_per_group = 1;
   std::int64_t n_groups = 1;
@@ -36,13 +36,14 @@ work_split split_work(const task_shape& shape, std::int64_t element_size);
 // Observations of a group that are worked on while they stay in the second-level cache.
 std::int64_t cache_block_length(std::int64_t group_dims, std::int64_t element_size);
 
-// The threading table as a stage uses it. Without a table, or without a `for` entry in it,
-// the work runs on the calling thread.
+// The threading table as a stage uses it. Without a table, or without a `for` entry in it, the work
+// runs on the calling thread.
 class threading {
  public:
   explicit threading(const ss_threading_entry* table) {
-    if (table == nullptr || table[SS_THREADER_FOR] == nullptr)
+    if (table == nullptr || table[SS_THREADER_FOR] == nullptr) {
       return;
+    }
     for_ = reinterpret_cast<orv_ksu_serv_threader_for_fn>(table[SS_THREADER_FOR]);
   }
 
@@ -50,8 +51,9 @@ class threading {
   template <class Body>
   void for_each(std::int64_t count, Body& body) const {
     if (for_ == nullptr || count == 1) {
-      for (std::int64_t i = 0; i < count; ++i)
+      for (std::int64_t i = 0; i < count; ++i) {
         body(i);
+      }
       return;
     }
     for_(count, 0, &body,
@@ -62,10 +64,10 @@ class threading {
   orv_ksu_serv_threader_for_fn for_ = nullptr;
 };
 
-// Reduces every selected dimension to one Result: part(d0, d1, i0, i1, out) reduces
-// observations [i0, i1) of dimensions [d0, d1) into out[d - d0], one selected dimension at a time
-// in row-major storage; and merge(total, later) folds the parts of a dimension in order.
-// Unselected dimensions keep a value-initialised Result.
+// Reduces every selected dimension to one Result: part(d0, d1, i0, i1, out) reduces observations
+// [i0, i1) of dimensions [d0, d1) into out[d - d0], one selected dimension at a time in row-major
+// storage; and merge(total, later) folds the parts of a dimension in order. Unselected dimensions
+// keep a value-initialised Result.
 template <class Result, class Part, class Merge>
 std::vector<Result> reduce_parts(const task_shape& shape, std::int64_t element_size,
                                  const threading& threads, Part&& part, Merge&& merge) {
@@ -89,8 +91,9 @@ std::vector<Result> reduce_parts(const task_shape& shape, std::int64_t element_s
       return;
     }
     for (std::int64_t d = d0; d < d1; ++d) {
-      if (shape.selected(d))
+      if (shape.selected(d)) {
         part(d, d + 1, i0, i1, out + (d - d0));
+      }
     }
   };
   threads.for_each(split.n_tasks(), reduce_task);
@@ -98,10 +101,12 @@ std::vector<Result> reduce_parts(const task_shape& shape, std::int64_t element_s
     auto merge_group = [&](std::int64_t group) {
       const std::int64_t d0 = group * dpg, d1 = std::min(d0 + dpg, shape.n_dims);
       for (std::int64_t d = d0; d < d1; ++d) {
-        if (!shape.selected(d))
+        if (!shape.selected(d)) {
           continue;
-        for (std::int64_t p = 1; p < split.n_parts; ++p)
+        }
+        for (std::int64_t p = 1; p < split.n_parts; ++p) {
           merge(totals[static_cast<std::size_t>(d)], later_of(group, p)[d - d0]);
+        }
       }
     };
     // Merges are quick: only many of them are worth sharing among threads.
@@ -109,8 +114,9 @@ std::vector<Result> reduce_parts(const task_shape& shape, std::int64_t element_s
     if (split.n_groups * n_later * dpg >= merges_worth_sharing) {
       threads.for_each(split.n_groups, merge_group);
     } else {
-      for (std::int64_t group = 0; group < split.n_groups; ++group)
+      for (std::int64_t group = 0; group < split.n_groups; ++group) {
         merge_group(group);
+      }
     }
   }
   return totals;

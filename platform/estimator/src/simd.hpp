@@ -1,11 +1,11 @@
 // Short vectors for the loops over observations (the vector extension that g++ and clang share):
-// the loops are written once over a vector type V and keep one independent chain of sums per
-// lane. They are built twice, for the SSE2 that every x86-64 processor has, and for AVX2 with
-// FMA, chosen when the stage runs.
+// the loops are written once over a vector type V and keep one independent chain of sums per lane.
+// They are built twice, for the SSE2 that every x86-64 processor has, and for AVX2 with FMA, chosen
+// when the stage runs.
 //
-// The helpers are always inlined and take vectors only by reference: inlined into a function
-// built for AVX2 they become AVX2 code, and no vector of 32 bytes ever crosses a call between
-// functions built for different instruction sets.
+// The helpers are always inlined and take vectors only by reference: inlined into a function built
+// for AVX2 they become AVX2 code, and no vector of 32 bytes ever crosses a call between functions
+// built for different instruction sets.
 #pragma once
 
 #include <cstring>
@@ -22,8 +22,8 @@ typedef double double4 __attribute__((vector_size(32)));
 typedef float float4 __attribute__((vector_size(16)));
 typedef float float8 __attribute__((vector_size(32)));
 
-// Whether the AVX2 build of the loops may run: the processor has AVX2 and FMA, and the
-// environment variable TESSEL_ESTIMATOR_SIMD does not ask for sse2.
+// Whether the AVX2 build of the loops may run: the processor has AVX2 and FMA, and the environment
+// variable TESSEL_ESTIMATOR_SIMD does not ask for sse2.
 bool avx2_enabled();
 
 // The element type of a vector, or the type itself for a plain scalar.
@@ -57,8 +57,9 @@ TESSEL_INLINE void fill(V& v, const F& lane) {
     v = lane(0);
   } else {
     V lanes = {};
-    for (int k = 0; k < lanes_of<V>; ++k)
+    for (int k = 0; k < lanes_of<V>; ++k) {
       lanes[k] = lane(k);
+    }
     v = lanes;
   }
 }
@@ -76,8 +77,8 @@ TESSEL_INLINE void load(V& v, const double* p) {
 }
 template <class V>
 TESSEL_INLINE void load(V& v, const float* p) {
-  // Lane by lane, which compilers turn into one widening load; a vector conversion of a
-  // loaded float vector they split into halves.
+  // Lane by lane, which compilers turn into one widening load; a vector conversion of a loaded
+  // float vector they split into halves.
   fill(v, [p](int k) { return static_cast<double>(p[k]); });
 }
 

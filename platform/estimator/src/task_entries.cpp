@@ -8,11 +8,13 @@ template <class T>
 std::int32_t new_task(ss_task** place, const void* dims, const void* obs_count, const void* storage,
                       const T* observations, const T* weights, const std::int64_t* indices,
                       std::int64_t int_width) {
-  if (place == nullptr)
+  if (place == nullptr) {
     return SS_STATUS_NULL_TASK;
+  }
   ss_task* task = new (std::nothrow) ss_task{};
-  if (task == nullptr)
+  if (task == nullptr) {
     return SS_STATUS_NO_MEMORY;
+  }
   task->int_width = int_width != 0 ? 1 : 0;
   task->element_size = sizeof(T);
   task->dims = dims;
@@ -26,8 +28,9 @@ std::int32_t new_task(ss_task** place, const void* dims, const void* obs_count, 
 }
 
 std::int32_t delete_task(ss_task** place) {
-  if (place == nullptr)
+  if (place == nullptr) {
     return SS_STATUS_NULL_TASK;
+  }
   delete *place;
   *place = nullptr;
   return SS_STATUS_OK;
@@ -37,8 +40,9 @@ namespace {
 
 template <class T>
 std::int32_t check_editable(const ss_task* task) {
-  if (task == nullptr)
+  if (task == nullptr) {
     return SS_STATUS_NULL_TASK;
+  }
   const bool other_type =
       task->element_size != 0 && task->element_size != static_cast<std::int64_t>(sizeof(T));
   return other_type ? SS_STATUS_WRONG_TYPE : SS_STATUS_OK;
@@ -48,8 +52,9 @@ std::int32_t check_editable(const ss_task* task) {
 
 template <class T>
 std::int32_t edit_task(ss_task* task, std::int64_t field, T* values) {
-  if (const std::int32_t status = check_editable<T>(task))
+  if (const std::int32_t status = check_editable<T>(task)) {
     return status;
+  }
   switch (field) {
     case SS_FIELD_MEAN:
       task->mean = values;
@@ -78,8 +83,9 @@ std::int32_t edit_task(ss_task* task, std::int64_t field, T* values) {
 template <class T>
 std::int32_t edit_moments(ss_task* task, T* mean, T* raw2, T* raw3, T* raw4, T* central2,
                           T* central3, T* central4) {
-  if (const std::int32_t status = check_editable<T>(task))
+  if (const std::int32_t status = check_editable<T>(task)) {
     return status;
+  }
   task->mean = mean;
   task->raw2 = raw2;
   task->raw3 = raw3;
@@ -93,8 +99,9 @@ std::int32_t edit_moments(ss_task* task, T* mean, T* raw2, T* raw3, T* raw4, T* 
 template <class T>
 std::int32_t edit_sums(ss_task* task, T* sum, T* raw_sum2, T* raw_sum3, T* raw_sum4,
                        T* central_sum2, T* central_sum3, T* central_sum4) {
-  if (const std::int32_t status = check_editable<T>(task))
+  if (const std::int32_t status = check_editable<T>(task)) {
     return status;
+  }
   task->sum = sum;
   task->raw_sum2 = raw_sum2;
   task->raw_sum3 = raw_sum3;

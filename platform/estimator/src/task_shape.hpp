@@ -21,8 +21,8 @@ struct task_shape {
   }
 };
 
-// Checks what every stage needs (a task of this element size, its counts, observations and
-// storage) and fills shape. Returns SS_STATUS_OK or the status of the first failed check.
+// Checks what every stage needs (a task of this element size, its counts, observations and storage)
+// and fills shape. Returns SS_STATUS_OK or the status of the first failed check.
 std::int32_t read_task_shape(const ss_task* task, std::int64_t element_size, task_shape& shape);
 
 }  // namespace tessel::estimator

@@ -10,16 +10,19 @@ namespace {
 
 int participants_for(std::int64_t count, int max_threads) {
   int participants = pool::instance().participants_limit();
-  if (max_threads > 0 && max_threads < participants)
+  if (max_threads > 0 && max_threads < participants) {
     participants = max_threads;
-  if (count < participants)
+  }
+  if (count < participants) {
     participants = static_cast<int>(count);
+  }
   return participants;
 }
 
 void run_loop(std::int64_t count, int max_threads, loop_body body, void* state) {
-  if (count <= 0)
+  if (count <= 0) {
     return;
+  }
   loop job(count, participants_for(count, max_threads), body, state);
   pool::instance().run(job);
 }
@@ -70,8 +73,9 @@ void run_ordered_iteration(void* state, std::int64_t index, int thread_index) {
 
 void run_section(void* state, std::int64_t index, int) {
   const auto& section = static_cast<const orv_ksu_serv_threader_section*>(state)[index];
-  if (section.run != nullptr)
+  if (section.run != nullptr) {
     section.run(section.context);
+  }
 }
 
 }  // namespace
@@ -83,14 +87,16 @@ extern "C" {
 
 void orv_ksu_serv_threader_for(int64_t count, int max_threads, void* context,
                                orv_ksu_serv_threader_for_body body) {
-  if (body != nullptr)
+  if (body != nullptr) {
     run_loop(count, max_threads, body, context);
+  }
 }
 
 void orv_ksu_serv_threader_for_ordered(int64_t count, int max_threads, void* context,
                                        orv_ksu_serv_threader_for_ordered_body body) {
-  if (body == nullptr || count <= 0)
+  if (body == nullptr || count <= 0) {
     return;
+  }
   ordered_loop job{context, body, {}};
   run_loop(count, max_threads, run_ordered_iteration, &job);
 }
@@ -104,11 +110,13 @@ void orv_ksu_serv_threader_sections(int64_t count, int max_threads,
 
 void orv_ksu_serv_threader_ordered(orv_ksu_serv_threader_iteration* iteration, void* context,
                                    orv_ksu_serv_threader_task section) {
-  if (iteration == nullptr || iteration->passed)
+  if (iteration == nullptr || iteration->passed) {
     return;
+  }
   iteration->turns->wait_for(iteration->index);
-  if (section != nullptr)
+  if (section != nullptr) {
     section(context);
+  }
   iteration->passed = true;
   iteration->turns->pass(iteration->index);
 }

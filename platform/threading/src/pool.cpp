@@ -12,8 +12,9 @@ int wanted_participants() {
   if (const char* text = std::getenv("TESSEL_NUM_THREADS")) {
     char* end = nullptr;
     const long value = std::strtol(text, &end, 10);
-    if (end != text && *end == '\0' && value >= 1 && value <= 1024)
+    if (end != text && *end == '\0' && value >= 1 && value <= 1024) {
       return static_cast<int>(value);
+    }
   }
   const unsigned hardware = std::thread::hardware_concurrency();
   return hardware == 0 ? 1 : static_cast<int>(hardware);
@@ -29,8 +30,8 @@ void loop::work(int thread_index) noexcept {
 }
 
 pool& pool::instance() {
-  // Never destroyed: threads of other libraries may still run loops while static objects are
-  // torn down at exit. Its threads are detached and end with the process.
+  // Never destroyed: threads of other libraries may still run loops while static objects are torn
+  // down at exit. Its threads are detached and end with the process.
   static pool* const the_pool = new pool(wanted_participants());
   return *the_pool;
 }
@@ -62,20 +63,23 @@ void pool::run(loop& job) noexcept {
     {
       std::lock_guard<std::mutex> lock(mutex_);
       job.next_open_ = open_;
-      if (open_ != nullptr)
+      if (open_ != nullptr) {
         open_->previous_open_ = &job;
+      }
       open_ = &job;
     }
     work_available_.notify_all();
   }
   job.work(0);
-  if (!shared)
+  if (!shared) {
     return;
+  }
   {
     std::lock_guard<std::mutex> lock(mutex_);
     (job.previous_open_ != nullptr ? job.previous_open_->next_open_ : open_) = job.next_open_;
-    if (job.next_open_ != nullptr)
+    if (job.next_open_ != nullptr) {
       job.next_open_->previous_open_ = job.previous_open_;
+    }
   }
   // No pool thread can join any more; wait for those inside to finish their indices.
   std::unique_lock<std::mutex> lock(job.mutex_);
@@ -99,11 +103,12 @@ void pool::serve() noexcept {
     lock.unlock();
     job.work(thread_index);
     {
-      // Notified under the loop's lock: its owner cannot return, and end the loop, before
-      // this thread has let go of it.
+      // Notified under the loop's lock: its owner cannot return, and end the loop, before this
+      // thread has let go of it.
       std::lock_guard<std::mutex> job_lock(job.mutex_);
-      if (--job.helpers_ == 0)
+      if (--job.helpers_ == 0) {
         job.helpers_left_.notify_all();
+      }
     }
     lock.lock();
   }

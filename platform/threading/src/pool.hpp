@@ -10,8 +10,8 @@ namespace tessel::threading {
 
 using loop_body = void (*)(void* state, std::int64_t index, int thread_index);
 
-// One parallel loop. Its indices are claimed one at a time by whichever participant is free,
-// so a participant only ever waits for indices that another one is already running.
+// One parallel loop. Its indices are claimed one at a time by whichever participant is free, so a
+// participant only ever waits for indices that another one is already running.
 class loop {
  public:
   loop(std::int64_t count, int max_participants, loop_body body, void* state) noexcept
@@ -45,8 +45,8 @@ class pool {
 
   int participants_limit() const noexcept { return workers_ + 1; }
 
-  // Runs every index of the loop, with the calling thread as participant 0, and returns when
-  // all have run. Safe from any thread, also from inside another loop's body.
+  // Runs every index of the loop, with the calling thread as participant 0, and returns when all
+  // have run. Safe from any thread, also from inside another loop's body.
   void run(loop& job) noexcept;
 
  private:

@@ -1,5 +1,5 @@
-// Buffer accessors: sycl::accessor for commands (kernels and host tasks) and
-// sycl::host_accessor for the host.
+// Buffer accessors: sycl::accessor for commands (kernels and host tasks) and sycl::host_accessor
+// for the host.
 #pragma once
 
 #include <cstddef>
@@ -182,8 +182,9 @@ class accessor {
     state_.count = r[0];
     state_.mode = AccessMode;
     state_.placeholder = cgh == nullptr;
-    if (cgh != nullptr)
+    if (cgh != nullptr) {
       detail::add_requirement(*cgh, state_);
+    }
   }
   value_type* base() const noexcept { return static_cast<value_type*>(state_.data); }
   reference element(std::size_t index) const { return base()[state_.offset + index]; }

@@ -42,18 +42,19 @@ inline std::memory_order std_order(memory_order order) {
 }
 
 #if defined(TESSEL_SANITIZE_THREAD)
-// ThreadSanitizer does not model fences; an update of one shared word orders
-// the same accesses and is seen by it.
+// ThreadSanitizer does not model fences; an update of one shared word orders the same accesses and
+// is seen by it.
 inline std::atomic<int> fence_word{0};
 #endif
 
 }  // namespace detail
 
-// The work-items of a group share one thread, so only device and system
-// scopes order anything against other threads.
+// The work-items of a group share one thread, so only device and system scopes order anything
+// against other threads.
 inline void atomic_fence(memory_order order, memory_scope scope) {
-  if (order == memory_order::relaxed)
+  if (order == memory_order::relaxed) {
     return;
+  }
   if (scope != memory_scope::device && scope != memory_scope::system) {
     std::atomic_signal_fence(detail::std_order(order));
     return;

@@ -1,8 +1,7 @@
-// Backend interoperability. The generic functions follow SYCL 2020; the
-// ext::tessel::level_zero ones are the handle-based Level Zero forms (native
-// handles as integers, ownership as a flag). No backend of these has devices
-// in this runtime, so each throws sycl::exception with errc::backend_mismatch
-// and names the missing backend.
+// Backend interoperability. The generic functions follow SYCL 2020; the ext::tessel::level_zero
+// ones are the handle-based Level Zero forms (native handles as integers, ownership as a flag). No
+// backend of these has devices in this runtime, so each throws sycl::exception with
+// errc::backend_mismatch and names the missing backend.
 #pragma once
 
 #include <cstdint>

@@ -1,6 +1,6 @@
-// sycl::buffer: storage that commands reach through accessors. Copies of a
-// buffer share one storage; when the last copy goes, its destruction waits
-// for the commands that use the storage and writes the data back.
+// sycl::buffer: storage that commands reach through accessors. Copies of a buffer share one
+// storage; when the last copy goes, its destruction waits for the commands that use the storage and
+// writes the data back.
 #pragma once
 
 #include <cstddef>
@@ -25,8 +25,8 @@ class accessor;
 template <typename DataT, int Dimensions, access_mode AccessMode>
 class host_accessor;
 
-// The runtime keeps buffer storage itself; the allocator parameter exists for
-// the SYCL signature and is not called.
+// The runtime keeps buffer storage itself; the allocator parameter exists for the SYCL signature
+// and is not called.
 template <typename T>
 using buffer_allocator = std::allocator<T>;
 
@@ -40,8 +40,8 @@ struct buffer_init {
   void* host_storage = nullptr;   // used as the storage itself (use_host_ptr)
 };
 
-// The handle's shared_ptr: when its last copy goes, it waits for the
-// commands that use the storage and writes back.
+// The handle's shared_ptr: when its last copy goes, it waits for the commands that use the storage
+// and writes back.
 TESSEL_SYCL_API std::shared_ptr<buffer_impl> make_buffer(const buffer_init& init);
 TESSEL_SYCL_API void* buffer_data(const buffer_impl& b) noexcept;
 TESSEL_SYCL_API void buffer_set_final_data(buffer_impl& b, void* destination) noexcept;

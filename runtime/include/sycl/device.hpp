@@ -1,5 +1,4 @@
-// sycl::device: one device of the runtime, a cheap handle with reference
-// semantics.
+// sycl::device: one device of the runtime, a cheap handle with reference semantics.
 #pragma once
 
 #include <cstddef>

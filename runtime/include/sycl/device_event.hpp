@@ -16,8 +16,7 @@ struct device_event_factory;
 
 class device_event {
  public:
-  // Every work-item of the group waits; the copy is complete for all of them
-  // when it returns.
+  // Every work-item of the group waits; the copy is complete for all of them when it returns.
   void wait() const { detail::collective_wait(item_, copy_); }
 
  private:

@@ -1,5 +1,5 @@
-// The standard device selectors. A selector is any callable that scores a
-// device; a negative score rejects it.
+// The standard device selectors. A selector is any callable that scores a device; a negative score
+// rejects it.
 #pragma once
 
 #include <utility>

@@ -21,12 +21,12 @@ class TESSEL_SYCL_API event {
 
   backend get_backend() const noexcept;
 
-  // Blocks until the command has finished. Never throws for the command's
-  // own failure: that goes to the queue's asynchronous handler.
+  // Blocks until the command has finished. Never throws for the command's own failure: that goes to
+  // the queue's asynchronous handler.
   void wait();
   static void wait(const std::vector<event>& events);
-  // As wait, then hands the unconsumed asynchronous errors of the command's
-  // queue to that queue's handler.
+  // As wait, then hands the unconsumed asynchronous errors of the command's queue to that queue's
+  // handler.
   void wait_and_throw();
   static void wait_and_throw(const std::vector<event>& events);
 

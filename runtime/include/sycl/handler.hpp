@@ -1,5 +1,5 @@
-// sycl::handler: collects one command group, its dependencies, its
-// requirements and its one action, which the queue then schedules.
+// sycl::handler: collects one command group, its dependencies, its requirements and its one action,
+// which the queue then schedules.
 #pragma once
 
 #include <cstddef>
@@ -101,8 +101,8 @@ class TESSEL_SYCL_API handler {
                   r.get_local_range().size());
   }
 
-  // Runs task on a runtime thread once the dependencies are met; task takes
-  // nothing or an interop_handle.
+  // Runs task on a runtime thread once the dependencies are met; task takes nothing or an
+  // interop_handle.
   template <typename Task>
   void host_task(Task&& task) {
     using task_type = std::decay_t<Task>;

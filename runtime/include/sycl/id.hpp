@@ -25,19 +25,21 @@ class id : public detail::index_array<id<Dimensions>, Dimensions>,
                                         (std::is_convertible_v<Indices, std::size_t> && ...)>>
   id(Indices... indices) {
     std::size_t v[] = {static_cast<std::size_t>(indices)...};
-    for (int d = 0; d < Dimensions; ++d)
+    for (int d = 0; d < Dimensions; ++d) {
       this->values_[d] = v[d];
+    }
   }
   id(const range<Dimensions>& r) {
-    for (int d = 0; d < Dimensions; ++d)
+    for (int d = 0; d < Dimensions; ++d) {
       this->values_[d] = r[d];
+    }
   }
   template <bool WithOffset>
   id(const item<Dimensions, WithOffset>& it) : id(it.get_id()) {}
 };
 
-id(std::size_t)->id<1>;
-id(std::size_t, std::size_t)->id<2>;
-id(std::size_t, std::size_t, std::size_t)->id<3>;
+id(std::size_t) -> id<1>;
+id(std::size_t, std::size_t) -> id<2>;
+id(std::size_t, std::size_t, std::size_t) -> id<3>;
 
 }  // namespace sycl

@@ -1,5 +1,5 @@
-// sycl::interop_handle: what a host task may take to reach the native objects
-// of its queue. The devices of this runtime have none to give.
+// sycl::interop_handle: what a host task may take to reach the native objects of its queue. The
+// devices of this runtime have none to give.
 #pragma once
 
 #include "sycl/defines.hpp"

@@ -32,8 +32,9 @@ class item : public detail::size_conversion<item<Dimensions, WithOffset>, Dimens
   }
   std::size_t get_linear_id() const {
     std::size_t linear = 0;
-    for (int d = 0; d < Dimensions; ++d)
+    for (int d = 0; d < Dimensions; ++d) {
       linear = linear * range_[d] + (id_[d] - offset_[d]);
+    }
     return linear;
   }
 

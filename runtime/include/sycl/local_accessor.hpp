@@ -1,6 +1,6 @@
-// sycl::local_accessor: work-group local memory. It holds only an offset into
-// the group's arena, so kernel objects stay trivially copyable; the arena
-// itself, not the accessor's range, bounds what a kernel may touch.
+// sycl::local_accessor: work-group local memory. It holds only an offset into the group's arena, so
+// kernel objects stay trivially copyable; the arena itself, not the accessor's range, bounds what a
+// kernel may touch.
 #pragma once
 
 #include <cstddef>

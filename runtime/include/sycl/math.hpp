@@ -7,8 +7,8 @@
 
 namespace sycl {
 
-// a * b + c with two roundings; whether it fuses follows the build's
-// floating-point contraction setting, as for the kernel's own arithmetic.
+// a * b + c with two roundings; whether it fuses follows the build's floating-point contraction
+// setting, as for the kernel's own arithmetic.
 inline float mad(float a, float b, float c) {
   return a * b + c;
 }

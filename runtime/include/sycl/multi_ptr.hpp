@@ -1,6 +1,5 @@
-// sycl::multi_ptr: a pointer that carries its address space. Every space is
-// plain memory on the devices of this runtime, so the space only types the
-// pointer.
+// sycl::multi_ptr: a pointer that carries its address space. Every space is plain memory on the
+// devices of this runtime, so the space only types the pointer.
 #pragma once
 
 #include <cstddef>
@@ -30,8 +29,8 @@ class multi_ptr {
   multi_ptr(std::nullptr_t) {}
   explicit multi_ptr(ElementType* raw) : ptr_(raw) {}
 
-  // A pointer converts to the same space with other decoration, to the
-  // generic space, and to a more qualified or void element type.
+  // A pointer converts to the same space with other decoration, to the generic space, and to a more
+  // qualified or void element type.
   template <typename Other, access::address_space OtherSpace, access::decorated OtherDecoration,
             typename = std::enable_if_t<(OtherSpace == Space ||
                                          OtherSpace == access::address_space::generic_space) &&

@@ -18,12 +18,12 @@ class nd_range {
 
   range<Dimensions> get_global_range() const { return global_; }
   range<Dimensions> get_local_range() const { return local_; }
-  // Meaningful only when the local range divides the global one, which a
-  // launch checks.
+  // Meaningful only when the local range divides the global one, which a launch checks.
   range<Dimensions> get_group_range() const {
     range<Dimensions> groups = global_;
-    for (int d = 0; d < Dimensions; ++d)
+    for (int d = 0; d < Dimensions; ++d) {
       groups[d] = local_[d] == 0 ? 0 : global_[d] / local_[d];
+    }
     return groups;
   }
   id<Dimensions> get_offset() const { return offset_; }

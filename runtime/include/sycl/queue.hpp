@@ -76,9 +76,8 @@ class TESSEL_SYCL_API queue {
     return properties().get_property<Property>();
   }
 
-  // Runs cgf on the calling thread and schedules the command it describes.
-  // What cgf throws, and a command group that the device cannot run, are
-  // thrown here.
+  // Runs cgf on the calling thread and schedules the command it describes. What cgf throws, and a
+  // command group that the device cannot run, are thrown here.
   template <typename CommandGroup>
   event submit(CommandGroup cgf) {
     return submit_impl(detail::command_group_ref(cgf));

@@ -1,6 +1,6 @@
-// Unified shared memory. Every kind is host memory on the devices of this
-// runtime; the runtime records each allocation so that get_pointer_type and
-// get_pointer_device answer for it. Allocation failures return null.
+// Unified shared memory. Every kind is host memory on the devices of this runtime; the runtime
+// records each allocation so that get_pointer_type and get_pointer_device answer for it. Allocation
+// failures return null.
 #pragma once
 
 #include <cstddef>
@@ -59,8 +59,8 @@ TESSEL_SYCL_API void* aligned_alloc(std::size_t alignment, std::size_t bytes, co
 TESSEL_SYCL_API void free(void* ptr, const context& ctx);
 TESSEL_SYCL_API void free(void* ptr, const queue& q);
 
-// unknown for memory that this context did not allocate; interior pointers
-// of an allocation answer as its start does.
+// unknown for memory that this context did not allocate; interior pointers of an allocation answer
+// as its start does.
 TESSEL_SYCL_API usm::alloc get_pointer_type(const void* ptr, const context& ctx);
 // Throws errc::invalid for memory that this context did not allocate.
 TESSEL_SYCL_API device get_pointer_device(const void* ptr, const context& ctx);
@@ -111,10 +111,9 @@ T* malloc(std::size_t count, const queue& q, usm::alloc kind, const property_lis
 }
 
 namespace detail {
-// For tests of callers' allocation failure paths: after `successes` more
-// successful calls, every malloc_shared (all its forms) returns null until
-// this is called again; a negative value switches the failure off. Off at
-// start.
+// For tests of callers' allocation failure paths: after `successes` more successful calls, every
+// malloc_shared (all its forms) returns null until this is called again; a negative value switches
+// the failure off. Off at start.
 TESSEL_SYCL_API void fail_malloc_shared_after(long long successes) noexcept;
 }  // namespace detail
 

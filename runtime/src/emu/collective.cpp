@@ -52,8 +52,9 @@ std::string type_name(scalar_type t) {
 }  // namespace
 
 bool same_arguments(const collective& a, const collective& b) {
-  if (a.kind != b.kind)
+  if (a.kind != b.kind) {
     return false;
+  }
   switch (a.kind) {
     case collective_kind::barrier:
       return a.scope == b.scope;

@@ -1,5 +1,5 @@
-// A collective as the work-items of a group call it: what must match between
-// them, and how an error message names it.
+// A collective as the work-items of a group call it: what must match between them, and how an error
+// message names it.
 #pragma once
 
 #include <cstddef>

@@ -1,5 +1,5 @@
-// The devices whose kernels the executor runs: the emulated GPU, and kernel
-// execution for the host CPU device.
+// The devices whose kernels the executor runs: the emulated GPU, and kernel execution for the host
+// CPU device.
 #include <memory>
 #include <utility>
 

@@ -1,5 +1,5 @@
-// Runs launches on a fixed set of worker threads: work-groups one at a time
-// per thread (the calling thread helps), range launches in chunks.
+// Runs launches on a fixed set of worker threads: work-groups one at a time per thread (the calling
+// thread helps), range launches in chunks.
 #pragma once
 
 #include <condition_variable>

@@ -19,8 +19,8 @@ namespace fctx = boost::context::detail;
 
 namespace {
 
-// Kernels keep little on their stacks; AddressSanitizer's redzones make
-// frames several times larger.
+// Kernels keep little on their stacks; AddressSanitizer's redzones make frames several times
+// larger.
 #if defined(TESSEL_SANITIZE_ADDRESS)
 constexpr std::size_t stack_bytes = 256 * 1024;
 #else
@@ -31,8 +31,8 @@ boost::context::protected_fixedsize_stack stack_allocator() {
   return boost::context::protected_fixedsize_stack(stack_bytes);
 }
 
-// Runs in the context that has just been switched to: records where the
-// sender was suspended, and, for the thread's own stack, where that stack is.
+// Runs in the context that has just been switched to: records where the sender was suspended, and,
+// for the thread's own stack, where that stack is.
 void after_switch([[maybe_unused]] void* fake_stack, fctx::transfer_t t) {
   auto* sender = static_cast<fiber_context*>(t.data);
   sender->fctx = t.fctx;
@@ -51,8 +51,8 @@ fiber_pool::~fiber_pool() {
   auto allocator = stack_allocator();
   for (fiber* f : all_) {
 #if defined(TESSEL_SANITIZE_ADDRESS)
-    // A fiber suspended in its loop leaves poisoned redzones in frames that
-    // never return; the memory must not carry them to its next owner.
+    // A fiber suspended in its loop leaves poisoned redzones in frames that never return; the
+    // memory must not carry them to its next owner.
     ASAN_UNPOISON_MEMORY_REGION(f->context.stack_bottom, f->context.stack_size);
 #endif
 #if defined(TESSEL_SANITIZE_THREAD)

@@ -1,6 +1,5 @@
-// Execution contexts for work-items: long-lived fibers on pooled stacks,
-// switched with Boost.Context's fcontext, with the stack-switch notes the
-// sanitizers need.
+// Execution contexts for work-items: long-lived fibers on pooled stacks, switched with
+// Boost.Context's fcontext, with the stack-switch notes the sanitizers need.
 #pragma once
 
 #include <boost/context/detail/fcontext.hpp>
@@ -11,8 +10,8 @@
 
 namespace sycl::detail::emu {
 
-// One place execution can be suspended and resumed: a fiber, or the worker
-// thread's own stack while it runs fibers.
+// One place execution can be suspended and resumed: a fiber, or the worker thread's own stack while
+// it runs fibers.
 struct fiber_context {
   boost::context::detail::fcontext_t fctx = nullptr;
   const void* stack_bottom = nullptr;  // known for fibers; learnt for the thread on first switch
@@ -21,9 +20,8 @@ struct fiber_context {
   void* tsan_fiber = nullptr;  // ThreadSanitizer's fiber (or the thread's own)
 };
 
-// A fiber with a stack of its own. Its entry never returns: it loops, taking
-// one piece of work after another, so the fiber and its sanitizer state are
-// made once and live as long as the pool.
+// A fiber with a stack of its own. Its entry never returns: it loops, taking one piece of work
+// after another, so the fiber and its sanitizer state are made once and live as long as the pool.
 struct fiber {
   fiber_context context;
   boost::context::stack_context stack;
@@ -31,8 +29,8 @@ struct fiber {
 
 using fiber_entry = void (*)(boost::context::detail::transfer_t);
 
-// Fibers of one thread, made on first need and reused from group to group.
-// They never move to another thread.
+// Fibers of one thread, made on first need and reused from group to group. They never move to
+// another thread.
 class fiber_pool {
  public:
   explicit fiber_pool(fiber_entry entry) : entry_(entry) {}
@@ -40,8 +38,8 @@ class fiber_pool {
   fiber_pool& operator=(const fiber_pool&) = delete;
   ~fiber_pool();
 
-  // An idle fiber: one that has not started yet, or one suspended in its
-  // entry's loop waiting for work.
+  // An idle fiber: one that has not started yet, or one suspended in its entry's loop waiting for
+  // work.
   fiber* acquire();
   void release(fiber* f) { free_.push_back(f); }
 

@@ -45,8 +45,9 @@ std::exception_ptr group_runner::run(const nd_range_launch& launch, std::size_t 
   size_ = static_cast<std::uint32_t>(launch.local_size);
   arena_ = arena;
 
-  if (items_.size() < size_)
+  if (items_.size() < size_) {
     items_.resize(size_);
+  }
   for (std::uint32_t l = 0; l < size_; ++l) {
     items_[l] = work_item{};
     items_[l].group = this;
@@ -63,8 +64,9 @@ std::exception_ptr group_runner::run(const nd_range_launch& launch, std::size_t 
   ready_head_ = 0;
   ready_count_ = size_;
   values_.resize(std::size_t{size_} * max_scalar_size);
-  if (records_.empty())
+  if (records_.empty()) {
     records_.resize(4);
+  }
   records_base_ = records_count_ = 0;
   finished_ = 0;
   fewest_passed_by_finished_ = UINT64_MAX;
@@ -76,10 +78,11 @@ std::exception_ptr group_runner::run(const nd_range_launch& launch, std::size_t 
   for (;;) {
     work_item* next = next_ready(nullptr);
     if (next == nullptr) {
-      if (finished_ == size_ || cancelled_)
+      if (finished_ == size_ || cancelled_) {
         break;
-      // Cannot happen while the records are checked; kept so that a fault
-      // in them ends the launch instead of hanging it.
+      }
+      // Cannot happen while the records are checked; kept so that a fault in them ends the launch
+      // instead of hanging it.
       fail(std::make_exception_ptr(sycl::exception(
           make_error_code(errc::kernel),
           "work-group " + std::to_string(group_id_) +
@@ -95,8 +98,8 @@ std::exception_ptr group_runner::run(const nd_range_launch& launch, std::size_t 
   return std::exchange(error_, nullptr);
 }
 
-// Never returns: each pass runs one item, and finish() comes back only when
-// this fiber has its next item, of this group or of a later one.
+// Never returns: each pass runs one item, and finish() comes back only when this fiber has its next
+// item, of this group or of a later one.
 void group_runner::fiber_main(boost::context::detail::transfer_t t) {
   enter_fiber(t);
   group_runner& group = *running;
@@ -135,11 +138,12 @@ void group_runner::finish(work_item& self) {
       first_finished_ = self.local_id;
     }
   }
-  if (error_ && !cancelled_)
+  if (error_ && !cancelled_) {
     cancel();
+  }
   fiber* mine = std::exchange(self.runs_on, nullptr);
-  // An item that has not started runs on this fiber without a switch, so a
-  // group without collectives runs all its items on one fiber.
+  // An item that has not started runs on this fiber without a switch, so a group without
+  // collectives runs all its items on one fiber.
   work_item* next = next_ready(mine);
   if (next != nullptr && next->runs_on == mine) {
     current_ = next;
@@ -152,8 +156,9 @@ void group_runner::finish(work_item& self) {
 }
 
 group_runner::record& group_runner::arrive(work_item& self, const collective& c) {
-  if (cancelled_)
+  if (cancelled_) {
     throw unwind_signal{};
+  }
   const std::uint64_t seq = self.passed++;
   if (seq >= fewest_passed_by_finished_) {
     throw_error(item_name(self.local_id) + " called " + describe(c) + " as collective #" +
@@ -204,8 +209,8 @@ void group_runner::barrier(work_item& self, memory_scope scope) {
     block(self);
     return;
   }
-  // Items of a group share a thread, so any scope is program order here; other
-  // groups are not ordered by a barrier.
+  // Items of a group share a thread, so any scope is program order here; other groups are not
+  // ordered by a barrier.
   retire();
   release_all_but(self);
   yield(self);
@@ -217,8 +222,9 @@ void group_runner::reduce(work_item& self, const collective& c, void* value, con
   const std::size_t size = c.type.size;
   if (r.arrivals == 1) {
     r.fold = fold;
-    if (init != nullptr)
+    if (init != nullptr) {
       copy_scalar(r.init, init, size);
+    }
   }
   copy_scalar(&values_[self.local_id * size], value, size);
   if (r.arrivals < size_) {
@@ -227,8 +233,8 @@ void group_runner::reduce(work_item& self, const collective& c, void* value, con
     copy_scalar(value, reduce_result_, size);
     return;
   }
-  // Left fold in local-id order, so that results do not depend on the order
-  // in which the items arrived.
+  // Left fold in local-id order, so that results do not depend on the order in which the items
+  // arrived.
   std::uint32_t first = 0;
   if (c.has_init) {
     copy_scalar(reduce_result_, r.init, size);
@@ -236,8 +242,9 @@ void group_runner::reduce(work_item& self, const collective& c, void* value, con
     copy_scalar(reduce_result_, values_.data(), size);
     first = 1;
   }
-  for (std::uint32_t l = first; l < size_; ++l)
+  for (std::uint32_t l = first; l < size_; ++l) {
     r.fold(reduce_result_, &values_[l * size]);
+  }
   copy_scalar(value, reduce_result_, size);
   retire();
   release_all_but(self);
@@ -247,10 +254,11 @@ void group_runner::reduce(work_item& self, const collective& c, void* value, con
 std::uint64_t group_runner::copy(work_item& self, const collective& c) {
   record& r = arrive(self, c);
   const std::uint64_t id = self.passed - 1;
-  if (r.arrivals < size_)
+  if (r.arrivals < size_) {
     return id;
-  // The last item to start the copy does it: every item has issued it, so
-  // whatever they stored before is in place.
+  }
+  // The last item to start the copy does it: every item has issued it, so whatever they stored
+  // before is in place.
   auto* dest = static_cast<unsigned char*>(c.dest);
   const auto* src = static_cast<const unsigned char*>(c.src);
   const std::size_t n = c.element_size;
@@ -282,21 +290,24 @@ void group_runner::wait(work_item& self, std::uint64_t copy_id) {
 void group_runner::block(work_item& self) {
   self.status = work_item::state::blocked;
   switch_to_next(self);
-  if (cancelled_)
+  if (cancelled_) {
     throw unwind_signal{};
+  }
 }
 
 void group_runner::yield(work_item& self) {
   push_ready(self);
   switch_to_next(self);
-  if (cancelled_)
+  if (cancelled_) {
     throw unwind_signal{};
+  }
 }
 
 void group_runner::switch_to_next(work_item& self) {
   work_item* next = next_ready(nullptr);
-  if (next == &self)
+  if (next == &self) {
     return;
+  }
   current_ = next;
   switch_fiber(self.runs_on->context, next != nullptr ? next->runs_on->context : thread_context_);
 }
@@ -336,31 +347,36 @@ work_item* group_runner::next_ready(fiber* spare) {
 void group_runner::push_ready(work_item& item) {
   item.status = work_item::state::ready;
   std::size_t slot = ready_head_ + ready_count_;
-  if (slot >= size_)
+  if (slot >= size_) {
     slot -= size_;
+  }
   ready_[slot] = item.local_id;
   ++ready_count_;
 }
 
 void group_runner::release_all_but(const work_item& self) {
-  if (shuffled_)
+  if (shuffled_) {
     rng_.shuffle(order_);
+  }
   for (std::uint32_t l : order_) {
-    if (l != self.local_id)
+    if (l != self.local_id) {
       push_ready(items_[l]);
+    }
   }
 }
 
 void group_runner::fail(std::exception_ptr e) {
-  if (!error_)
+  if (!error_) {
     error_ = std::move(e);
+  }
 }
 
 void group_runner::cancel() {
   cancelled_ = true;
   for (std::uint32_t l : order_) {
-    if (items_[l].status == work_item::state::blocked)
+    if (items_[l].status == work_item::state::blocked) {
       push_ready(items_[l]);
+    }
   }
 }
 

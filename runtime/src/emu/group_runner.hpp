@@ -1,7 +1,6 @@
-// Runs the work-items of one work-group on the calling thread, and every
-// collective checked as a record shared by the group. Items run one after
-// another on one pooled fiber; only an item that blocks in a collective keeps
-// its fiber, and the next item takes another one.
+// Runs the work-items of one work-group on the calling thread, and every collective checked as a
+// record shared by the group. Items run one after another on one pooled fiber; only an item that
+// blocks in a collective keeps its fiber, and the next item takes another one.
 #pragma once
 
 #include <cstddef>
@@ -42,9 +41,9 @@ class group_runner {
   group_runner(const group_runner&) = delete;
   group_runner& operator=(const group_runner&) = delete;
 
-  // Runs group `group_id` of `launch` to its end with `arena` as its local
-  // memory. Item order is shuffled when `seed` is not 0. Returns the first
-  // error of the group (a kernel's exception or a collective error), or null.
+  // Runs group `group_id` of `launch` to its end with `arena` as its local memory. Item order is
+  // shuffled when `seed` is not 0. Returns the first error of the group (a kernel's exception or a
+  // collective error), or null.
   std::exception_ptr run(const nd_range_launch& launch, std::size_t group_id,
                          std::size_t group_count, char* arena, std::uint64_t seed);
 

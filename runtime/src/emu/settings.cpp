@@ -15,8 +15,7 @@ namespace sycl::detail::emu {
 
 namespace {
 
-// Work-items each hold a fiber stack; beyond this a group is more likely a
-// typo than a plan.
+// Work-items each hold a fiber stack; beyond this a group is more likely a typo than a plan.
 constexpr std::uint64_t largest_work_group = 65536;
 constexpr std::uint64_t largest_local_memory = std::uint64_t{1} << 30;
 constexpr std::uint64_t most_compute_units = 1024;
@@ -24,8 +23,9 @@ constexpr std::uint64_t most_compute_units = 1024;
 std::uint64_t read_number(const char* name, std::uint64_t fallback, std::uint64_t lowest,
                           std::uint64_t highest) {
   const char* text = std::getenv(name);
-  if (text == nullptr || *text == '\0')
+  if (text == nullptr || *text == '\0') {
     return fallback;
+  }
   char* end = nullptr;
   errno = 0;
   const unsigned long long value = std::strtoull(text, &end, 10);
@@ -42,8 +42,9 @@ std::uint64_t read_number(const char* name, std::uint64_t fallback, std::uint64_
 std::uint64_t physical_memory() {
   const long pages = sysconf(_SC_PHYS_PAGES);
   const long page_size = sysconf(_SC_PAGE_SIZE);
-  if (pages <= 0 || page_size <= 0)
+  if (pages <= 0 || page_size <= 0) {
     return 0;
+  }
   return static_cast<std::uint64_t>(pages) * static_cast<std::uint64_t>(page_size);
 }
 

@@ -1,6 +1,6 @@
-// Seeded orders for exposing missing barriers and races between groups: a
-// small generator, a shuffle of item order, and a bijection on group indices
-// that needs no table (launches can have millions of groups).
+// Seeded orders for exposing missing barriers and races between groups: a small generator, a
+// shuffle of item order, and a bijection on group indices that needs no table (launches can have
+// millions of groups).
 #pragma once
 
 #include <cstddef>
@@ -10,8 +10,7 @@
 
 namespace sycl::detail::emu {
 
-// splitmix64: statistically sound enough for orders, and the same on every
-// standard library.
+// splitmix64: statistically sound enough for orders, and the same on every standard library.
 inline std::uint64_t mix(std::uint64_t x) {
   x += 0x9e3779b97f4a7c15ULL;
   x = (x ^ (x >> 30)) * 0xbf58476d1ce4e5b9ULL;
@@ -37,14 +36,15 @@ class order_rng {
   std::uint64_t state_;
 };
 
-// A permutation of [0, n): a four-round Feistel network on the smallest even
-// bit width that holds n, walking cycles until the value falls inside.
+// A permutation of [0, n): a four-round Feistel network on the smallest even bit width that holds
+// n, walking cycles until the value falls inside.
 class index_permutation {
  public:
   index_permutation(std::size_t n, std::uint64_t seed) : n_(n), key_(seed) {
     unsigned bits = 2;
-    while (bits < 64 && (std::uint64_t{1} << bits) < n)
+    while (bits < 64 && (std::uint64_t{1} << bits) < n) {
       bits += 2;
+    }
     half_ = bits / 2;
     mask_ = (std::uint64_t{1} << half_) - 1;
   }

@@ -13,8 +13,8 @@ device_limits host_cpu_limits() {
   limits.vendor = "Tessel";
   limits.is_cpu = true;
   limits.fp64 = true;
-  // Each work-item of a group is a fiber with a stack of its own, which
-  // bounds a useful group size on the host.
+  // Each work-item of a group is a fiber with a stack of its own, which bounds a useful group size
+  // on the host.
   limits.max_work_group_size = 1024;
   limits.local_mem_size = 65536;
   const unsigned threads = std::thread::hardware_concurrency();

@@ -1,5 +1,4 @@
-// The host CPU device: host tasks on runtime threads, kernels through the
-// work-group executor.
+// The host CPU device: host tasks on runtime threads, kernels through the work-group executor.
 #pragma once
 
 #include <memory>

@@ -1,8 +1,7 @@
-// libFuzzer target over the CSV and .npy parsers: any input either parses into a table whose
-// every element can be read, or is refused with data_error or usage_error, and the CSV reader
-// cut into chunks of a few bytes on several threads gives what it gives reading the text
-// whole. Anything else (a crash, a sanitizer report, another exception, a difference) is a
-// finding.
+// libFuzzer target over the CSV and .npy parsers: any input either parses into a table whose every
+// element can be read, or is refused with data_error or usage_error, and the CSV reader cut into
+// chunks of a few bytes on several threads gives what it gives reading the text whole. Anything
+// else (a crash, a sanitizer report, another exception, a difference) is a finding.
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -23,8 +22,9 @@ volatile double sink;
 template <class T>
 void touch(const tessel::block& values, std::int64_t count) {
   double sum = 0;
-  for (const T value : values.view<T>(static_cast<std::size_t>(count)))
+  for (const T value : values.view<T>(static_cast<std::size_t>(count))) {
     sum += static_cast<double>(value);
+  }
   sink = sum;
 }
 
@@ -106,30 +106,36 @@ void fuzz_csv(std::string_view text) {
     options.delimiter = v.delimiter;
     options.header = v.header;
     options.missing = v.missing;
-    if (v.weights_column)
+    if (v.weights_column) {
       options.weights_column = v.weights_column;
+    }
     options.threads = 1;
     options.chunk_bytes = text.size() + 1;
     const csv_outcome whole = read_csv(text, options);
     if (whole.table) {
       const tessel::csv_table& table = *whole.table;
-      if (table.n_rows <= 0 || table.n_columns <= 0)
+      if (table.n_rows <= 0 || table.n_columns <= 0) {
         __builtin_trap();
+      }
       if (!table.names.empty() && table.names.size() != static_cast<std::size_t>(table.n_columns)) {
         __builtin_trap();
       }
       touch(table.type, table.cells, table.n_rows * table.n_columns);
-      if (v.weights_column)
+      if (v.weights_column) {
         touch(table.type, table.weights, table.n_rows);
+      }
     }
     for (const std::size_t chunk_bytes : {std::size_t{1}, std::size_t{7}}) {
       options.threads = 3;
       options.chunk_bytes = chunk_bytes;
       const csv_outcome chunked = read_csv(text, options);
-      if (chunked.refusal != whole.refusal || chunked.table.has_value() != whole.table.has_value())
+      if (chunked.refusal != whole.refusal ||
+          chunked.table.has_value() != whole.table.has_value()) {
         __builtin_trap();
-      if (whole.table && !same_table(*whole.table, *chunked.table, v.weights_column != nullptr))
+      }
+      if (whole.table && !same_table(*whole.table, *chunked.table, v.weights_column != nullptr)) {
         __builtin_trap();
+      }
     }
   }
 }
@@ -145,11 +151,13 @@ void fuzz_npy(std::string_view bytes) {
       tessel::progress silent;
       const tessel::npy_array array =
           tessel::read_npy(bytes, "fuzz.npy", options, *std::pmr::new_delete_resource(), silent);
-      if (array.n_rows <= 0 || array.n_columns <= 0)
+      if (array.n_rows <= 0 || array.n_columns <= 0) {
         __builtin_trap();
+      }
       touch(array.type, array.values, array.n_rows * array.n_columns);
-      if (convert)
+      if (convert) {
         touch(array.type, array.weights, array.n_rows);
+      }
     });
   }
 }

@@ -1,5 +1,5 @@
-// An owned run of bytes from a memory resource. The tool passes a resource that gives memory
-// the device can reach, so a file is parsed straight into the memory the library reads.
+// An owned run of bytes from a memory resource. The tool passes a resource that gives memory the
+// device can reach, so a file is parsed straight into the memory the library reads.
 #pragma once
 
 #include <cstddef>
@@ -53,8 +53,9 @@ class block {
   static constexpr std::size_t alignment = 64;
 
   void release() noexcept {
-    if (data_)
+    if (data_) {
       resource_->deallocate(data_, bytes_, alignment);
+    }
     data_ = nullptr;
   }
 

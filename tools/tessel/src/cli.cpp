@@ -15,8 +15,9 @@ namespace {
 CLI::Option* add_word(CLI::App& app, const std::string& name, std::string& target,
                       const std::vector<std::string>& words, const std::string& help) {
   std::string listed;
-  for (const std::string& word : words)
+  for (const std::string& word : words) {
     listed += (listed.empty() ? "" : "|") + word;
+  }
   return app.add_option(name, target, help)
       ->check(CLI::IsMember(words).description(""))
       ->type_name(listed);
@@ -33,8 +34,9 @@ constexpr int max_precision = 17;  // round-trip digits of a double
 
 // "full", or a number of significant digits from 1 to max_precision.
 std::string check_precision(const std::string& text) {
-  if (text == "full")
+  if (text == "full") {
     return "";
+  }
   int digits = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), digits);
   if (error != std::errc() || end != text.data() + text.size() || digits < 1 ||
@@ -110,8 +112,9 @@ void add_describe(CLI::App& app, describe_fields& fields) {
 
 std::optional<std::string> given(const CLI::App& app, const std::string& name,
                                  const std::string& value) {
-  if (app.count(name) == 0)
+  if (app.count(name) == 0) {
     return std::nullopt;
+  }
   return value;
 }
 
@@ -161,8 +164,9 @@ cli_outcome parse_command_line(int argc, const char* const* argv, std::ostream& 
     const int code = app.exit(e, out, err);
     return {std::nullopt, code == 0 ? 0 : exit_usage_error};
   }
-  if (app.got_subcommand("devices"))
+  if (app.got_subcommand("devices")) {
     return {devices_options{}, 0};
+  }
   return {finish(*app.get_subcommand("describe"), fields), 0};
 }
 

@@ -34,8 +34,8 @@ struct devices_options {};
 
 using command = std::variant<describe_options, devices_options>;
 
-// Either a command to run, or the exit status after help or a usage error has been written
-// to `out` or `err`.
+// Either a command to run, or the exit status after help or a usage error has been written to `out`
+// or `err`.
 struct cli_outcome {
   std::optional<command> run;
   int exit_code = 0;

@@ -13,8 +13,9 @@ std::optional<std::size_t> parse_index(std::string_view text) {
   std::size_t number = 0;
   const char* const last = text.data() + text.size();
   const auto [end, error] = std::from_chars(text.data(), last, number);
-  if (text.empty() || error != std::errc() || end != last)
+  if (text.empty() || error != std::errc() || end != last) {
     return {};
+  }
   return number;
 }
 

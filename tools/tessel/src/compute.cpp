@@ -28,8 +28,9 @@ class usm_array {
  public:
   usm_array(sycl::queue& queue, std::size_t count)
       : queue_(queue), data_(sycl::malloc_shared<T>(std::max<std::size_t>(count, 1), queue)) {
-    if (data_ == nullptr)
+    if (data_ == nullptr) {
       throw std::bad_alloc();
+    }
     std::fill(data_, data_ + std::max<std::size_t>(count, 1), T{0});
   }
   usm_array(const usm_array&) = delete;
@@ -43,8 +44,8 @@ class usm_array {
   T* data_;
 };
 
-// Waits for everything on the queue before the arrays it writes are freed, also when a
-// statistic throws after others were submitted.
+// Waits for everything on the queue before the arrays it writes are freed, also when a statistic
+// throws after others were submitted.
 class drain_on_exit {
  public:
   explicit drain_on_exit(sycl::queue& queue) : queue_(queue) {}
@@ -56,9 +57,9 @@ class drain_on_exit {
   sycl::queue& queue_;
 };
 
-// Arrays the library fills on the way to the printed statistics: the mean that raw_moment
-// gives beside its moments, and on the about-mean road the shifted centre and the sum of
-// squares about it.
+// Arrays the library fills on the way to the printed statistics: the mean that raw_moment gives
+// beside its moments, and on the about-mean road the shifted centre and the sum of squares about
+// it.
 enum class auxiliary { raw_mean, shifted_centre, sum2_about_shifted };
 
 // Printed as the library gives them.
@@ -76,8 +77,8 @@ constexpr statistic one_pass_statistics[] = {statistic::variance,
                                              statistic::min,
                                              statistic::max};
 
-// The library's outputs of one group, one element per dimension of its dataset, in arrays
-// made on first use.
+// The library's outputs of one group, one element per dimension of its dataset, in arrays made on
+// first use.
 template <class T>
 class outputs {
  public:
@@ -92,8 +93,9 @@ class outputs {
   using owned = std::unique_ptr<usm_array<T>>;
 
   T* array(owned& slot) {
-    if (!slot)
+    if (!slot) {
       slot = std::make_unique<usm_array<T>>(queue_, n_dims_);
+    }
     return slot->get();
   }
   static long double value(const owned& slot, std::size_t d) {
@@ -145,16 +147,18 @@ class describer {
       const drain_on_exit drain(queue_);
       for (group_data<T>& group : groups_) {
         results.push_back(std::make_unique<outputs<T>>(queue_, group.n_dims));
-        if (group.n_observations > 0)
+        if (group.n_observations > 0) {
           compute_group(group, *results.back());
+        }
       }
       queue_.wait_and_throw();
     }
     const std::vector<order_statistics> order = ordered.get();
     std::size_t column = 0;
     for (std::size_t g = 0; g < groups_.size(); ++g) {
-      for (std::size_t k = 0; k < groups_[g].group.dims.size(); ++k)
+      for (std::size_t k = 0; k < groups_[g].group.dims.size(); ++k) {
         fill(groups_[g], k, *results[g], order[column++]);
+      }
     }
   }
 
@@ -162,8 +166,9 @@ class describer {
   void make_groups() {
     matrix& data = input_.data;
     std::vector<std::int64_t> selection(static_cast<std::size_t>(data.n_dims), 0);
-    for (const dimension_summary& summary : input_.result.dimensions)
+    for (const dimension_summary& summary : input_.result.dimensions) {
       selection[static_cast<std::size_t>(summary.index)] = 1;
+    }
     for (observation_group& group :
          group_by_missing(data, input_.weights, input_.missing_weights, selection)) {
       group_data<T> next;
@@ -178,8 +183,9 @@ class describer {
           next.selection = block(memory_, selection.size() * sizeof(std::int64_t));
           std::int64_t* const chosen = next.selection.template as<std::int64_t>();
           std::fill(chosen, chosen + selection.size(), 0);
-          for (const std::size_t d : group.dims)
+          for (const std::size_t d : group.dims) {
             chosen[d] = 1;
+          }
         }
         next.user_means = input_.user_mean.empty() ? nullptr : input_.user_mean.template as<T>();
       } else {
@@ -189,8 +195,9 @@ class describer {
         next.layout = matrix_layout::row_major;
         next.values = next.gathered.values.template as<T>();
         next.weights = next.gathered.weights.template as<T>();
-        for (std::size_t k = 0; k < group.dims.size(); ++k)
+        for (std::size_t k = 0; k < group.dims.size(); ++k) {
           next.dataset_dims.push_back(k);
+        }
         if (!input_.user_mean.empty()) {
           next.user_mean = block(memory_, group.dims.size() * sizeof(T));
           for (std::size_t k = 0; k < group.dims.size(); ++k) {
@@ -214,8 +221,9 @@ class describer {
       set.count = static_cast<std::size_t>(group.n_observations);
       const bool row_major = group.layout == matrix_layout::row_major;
       set.step = row_major ? 1 : static_cast<std::size_t>(group.n_dims);
-      for (const std::size_t d : group.dataset_dims)
+      for (const std::size_t d : group.dataset_dims) {
         set.offsets.push_back(row_major ? d * set.count : d);
+      }
       sets.push_back(std::move(set));
     }
     return sets;
@@ -263,8 +271,9 @@ class describer {
                                        out[statistic::central_sum3], out[statistic::central_sum4]);
       }
     }
-    if (method_ != compute_method::one_pass)
+    if (method_ != compute_method::one_pass) {
       return;
+    }
     stats::min_max<fast, T, L>(queue_, data, out[statistic::min], out[statistic::max]);
     if (user_mean) {
       stats::variation<fast, T, L>(queue_, user_mean, data, out[statistic::variation]);
@@ -277,8 +286,8 @@ class describer {
     }
   }
 
-  // Sums of deviations from the computed mean c, then the sum of squares about c plus about
-  // one standard deviation, which tells how far c is from the mean (see recentre).
+  // Sums of deviations from the computed mean c, then the sum of squares about c plus about one
+  // standard deviation, which tells how far c is from the mean (see recentre).
   template <stats::layout L>
   void about_mean(group_data<T>& group, const stats::dataset<L, T*>& data, const sycl::event& mean,
                   outputs<T>& out) {
@@ -304,24 +313,28 @@ class describer {
     const std::size_t d = group.dataset_dims[k];
     summary.values.fill(std::numeric_limits<double>::quiet_NaN());
     summary[statistic::count] = static_cast<double>(group.n_observations);
-    if (group.user_means)
+    if (group.user_means) {
       summary[statistic::user_mean] = static_cast<double>(group.user_means[d]);
+    }
     summary[statistic::min] = order.min;
     summary[statistic::q1] = order.q1;
     summary[statistic::median] = order.median;
     summary[statistic::q3] = order.q3;
     summary[statistic::max] = order.max;
-    if (group.n_observations == 0)
+    if (group.n_observations == 0) {
       return;
+    }
 
     const auto in_t = [](long double value) { return static_cast<double>(static_cast<T>(value)); };
     const auto take = [&](const auto& statistics) {
-      for (const statistic s : statistics)
+      for (const statistic s : statistics) {
         summary[s] = in_t(out.at(s, d));
+      }
     };
     summary[statistic::mean] = in_t(out.at(statistic::mean, d));
-    if (input_.result.all)
+    if (input_.result.all) {
       take(raw_statistics);
+    }
     shape_statistics shape;
     if (order.min == order.max && !group.user_means && method_ != compute_method::one_pass) {
       // A constant dimension: its deviations from its mean are all zero, whatever rounding the
@@ -331,8 +344,9 @@ class describer {
       shape = from_sums(none, group.weights_total);
       summary[statistic::mean] = order.min;
       if (input_.result.all) {
-        for (const statistic s : central_sums_statistics)
+        for (const statistic s : central_sums_statistics) {
           summary[s] = 0;
+        }
       }
     } else if (method_ == compute_method::about_mean) {
       const central_sums sums = recentre(
@@ -350,8 +364,9 @@ class describer {
       shape = from_moments(centre, out.at(statistic::variance, d),
                            out.at(statistic::central_moment3, d),
                            out.at(statistic::central_moment4, d));
-      if (input_.result.all)
+      if (input_.result.all) {
         take(central_sums_statistics);
+      }
     }
     summary[statistic::variance] = in_t(shape.variance);
     summary[statistic::std_dev] = in_t(shape.std_dev);
@@ -360,14 +375,16 @@ class describer {
     summary[statistic::kurtosis] = in_t(shape.kurtosis);
     summary[statistic::central_moment3] = in_t(shape.moment3);
     summary[statistic::central_moment4] = in_t(shape.moment4);
-    if (method_ == compute_method::one_pass)
+    if (method_ == compute_method::one_pass) {
       take(one_pass_statistics);
+    }
   }
 
   dimension_summary& summary_of(std::size_t d) {
     for (dimension_summary& summary : input_.result.dimensions) {
-      if (static_cast<std::size_t>(summary.index) == d)
+      if (static_cast<std::size_t>(summary.index) == d) {
         return summary;
+      }
     }
     throw std::logic_error("tessel: a described dimension has no summary");
   }

@@ -28,8 +28,8 @@ byte_counts count_line_breaks_and_quotes(std::string_view text) {
   return counts;
 }
 
-// The first row start in [from, limit), given whether text[data_begin, from) holds an odd
-// number of quotes; `limit` when there is none. A row starts after a line break outside quotes.
+// The first row start in [from, limit), given whether text[data_begin, from) holds an odd number of
+// quotes; `limit` when there is none. A row starts after a line break outside quotes.
 std::size_t first_row_start(std::string_view text, std::size_t from, std::size_t limit,
                             bool odd_quotes_before) {
   bool inside = odd_quotes_before != (text[from - 1] == '"');
@@ -50,8 +50,9 @@ std::size_t count_byte(std::string_view text, char byte) {
   for (std::size_t k = 0; k < text.size();) {
     const std::size_t run_end = std::min(text.size(), k + 255);
     unsigned char run = 0;
-    for (; k < run_end; ++k)
+    for (; k < run_end; ++k) {
       run = static_cast<unsigned char>(run + (text[k] == byte));
+    }
     count += run;
   }
   return count;
@@ -61,14 +62,16 @@ std::vector<csv_chunk> plan_chunks(std::string_view text, std::size_t begin, std
                                    std::size_t n_file_columns, std::size_t chunk_bytes,
                                    unsigned workers) {
   const std::size_t data = text.size() - begin;
-  if (data == 0)
+  if (data == 0) {
     return {};
+  }
   const std::size_t pieces = std::clamp<std::size_t>(
       (data + std::max<std::size_t>(chunk_bytes, 1) - 1) / std::max<std::size_t>(chunk_bytes, 1), 1,
       data);
   std::vector<std::size_t> bounds(pieces + 1);
-  for (std::size_t j = 0; j <= pieces; ++j)
+  for (std::size_t j = 0; j <= pieces; ++j) {
     bounds[j] = begin + data / pieces * j + std::min(j, data % pieces);
+  }
 
   std::vector<byte_counts> counts(pieces);
   parallel_for(pieces, workers, [&](std::size_t j, unsigned) {
@@ -92,8 +95,9 @@ std::vector<csv_chunk> plan_chunks(std::string_view text, std::size_t begin, std
   }
   // Line breaks before the row start of piece j.
   const auto breaks_until = [&](std::size_t j) {
-    if (j == pieces)
+    if (j == pieces) {
       return breaks_before[pieces];
+    }
     return breaks_before[j] + count_byte(text.substr(bounds[j], starts[j] - bounds[j]), '\n');
   };
 
@@ -103,8 +107,9 @@ std::vector<csv_chunk> plan_chunks(std::string_view text, std::size_t begin, std
   std::size_t rows_before = 0;
   std::size_t breaks_at_begin = 0;
   for (std::size_t j = 0; j < pieces; ++j) {
-    if (starts[j] == starts[j + 1])
+    if (starts[j] == starts[j + 1]) {
       continue;
+    }
     const std::size_t breaks_at_end = breaks_until(j + 1);
     csv_chunk chunk;
     chunk.begin = starts[j];

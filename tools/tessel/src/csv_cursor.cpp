@@ -63,11 +63,13 @@ void csv_cursor::read_quoted(csv_cell& cell) {
 
 void csv_cursor::read_plain(csv_cell& cell) {
   const std::size_t start = pos_;
-  while (pos_ < text_.size() && text_[pos_] != delimiter_ && text_[pos_] != '\n')
+  while (pos_ < text_.size() && text_[pos_] != delimiter_ && text_[pos_] != '\n') {
     ++pos_;
+  }
   std::size_t end = pos_;
-  while (end > start && is_blank(text_[end - 1]))
+  while (end > start && is_blank(text_[end - 1])) {
     --end;
+  }
   cell.text = text_.substr(start, end - start);
 }
 
@@ -90,14 +92,16 @@ void csv_cursor::skip_row() {
 }
 
 std::string unescape(const csv_cell& cell) {
-  if (!cell.escaped)
+  if (!cell.escaped) {
     return std::string(cell.text);
+  }
   std::string out;
   out.reserve(cell.text.size());
   for (std::size_t k = 0; k < cell.text.size(); ++k) {
     out += cell.text[k];
-    if (cell.text[k] == '"')
+    if (cell.text[k] == '"') {
       ++k;  // the second quote of a "" pair
+    }
   }
   return out;
 }
@@ -107,19 +111,24 @@ char detect_delimiter(std::string_view text) {
   std::array<std::size_t, 3> counts{};
   bool in_quotes = false;
   for (const char c : text) {
-    if (c == '"')
+    if (c == '"') {
       in_quotes = !in_quotes;
-    if (in_quotes)
+    }
+    if (in_quotes) {
       continue;
-    if (c == '\n')
+    }
+    if (c == '\n') {
       break;
-    for (std::size_t k = 0; k < candidates.size(); ++k)
+    }
+    for (std::size_t k = 0; k < candidates.size(); ++k) {
       counts[k] += c == candidates[k];
+    }
   }
   std::size_t best = 0;
   for (std::size_t k = 1; k < candidates.size(); ++k) {
-    if (counts[k] > counts[best])
+    if (counts[k] > counts[best]) {
       best = k;
+    }
   }
   return candidates[best];
 }

@@ -18,8 +18,8 @@ struct csv_cell {
 
 class csv_cursor {
  public:
-  // Reads from `position`, the start of line `line`. Throws data_error for an unterminated
-  // quote and for text after a closing quote.
+  // Reads from `position`, the start of line `line`. Throws data_error for an unterminated quote
+  // and for text after a closing quote.
   csv_cursor(std::string_view text, std::string_view file_name, char delimiter,
              std::size_t position = 0, std::int64_t line = 1);
 
@@ -35,8 +35,9 @@ class csv_cursor {
  private:
   bool is_blank(char c) const { return c == ' ' || c == '\r' || (c == '\t' && delimiter_ != '\t'); }
   void skip_blanks() {
-    while (pos_ < text_.size() && is_blank(text_[pos_]))
+    while (pos_ < text_.size() && is_blank(text_[pos_])) {
       ++pos_;
+    }
   }
   void read_quoted(csv_cell& cell);
   void read_plain(csv_cell& cell);

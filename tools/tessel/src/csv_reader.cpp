@@ -26,11 +26,13 @@ std::vector<csv_cell> first_row(csv_cursor& cursor) {
   std::vector<csv_cell> cells;
   while (!cursor.at_end()) {
     csv_cell cell = cursor.next();
-    if (cells.empty() && cell.last_in_row && cell.text.empty() && !cell.quoted)
+    if (cells.empty() && cell.last_in_row && cell.text.empty() && !cell.quoted) {
       continue;
+    }
     cells.push_back(cell);
-    if (cell.last_in_row)
+    if (cell.last_in_row) {
       break;
+    }
   }
   return cells;
 }
@@ -56,8 +58,9 @@ class table_builder {
         workers_(options.threads ? options.threads : available_cores()) {}
 
   csv_table build() {
-    if (text_.starts_with(byte_order_mark))
+    if (text_.starts_with(byte_order_mark)) {
       text_.remove_prefix(byte_order_mark.size());
+    }
     table_.type = options_.type;
     shape_.delimiter = options_.delimiter ? options_.delimiter : detect_delimiter(text_);
     shape_.missing = options_.missing;
@@ -65,16 +68,18 @@ class table_builder {
 
     csv_cursor cursor(text_, file_name_, shape_.delimiter);
     const std::vector<csv_cell> first = first_row(cursor);
-    if (first.empty())
+    if (first.empty()) {
       throw data_error_at(file_name_, 1, 1, "empty file");
+    }
     shape_.n_file_columns = first.size();
     shape_.first_line = first.front().line;
     const bool header = options_.header == header_mode::present ||
                         (options_.header == header_mode::detect && looks_like_header<T>(first));
     std::vector<std::string> names;
     if (header) {
-      for (const csv_cell& cell : first)
+      for (const csv_cell& cell : first) {
         names.push_back(unescape(cell));
+      }
     } else {
       cursor = csv_cursor(text_, file_name_, shape_.delimiter);
     }
@@ -85,8 +90,9 @@ class table_builder {
         throw usage_error(fmt::format(
             "--weights-column: {} has only that column, no dimension would be left", file_name_));
       }
-      if (header)
+      if (header) {
         names.erase(names.begin() + static_cast<std::ptrdiff_t>(*shape_.weights_column));
+      }
     }
     table_.names = std::move(names);
     table_.n_columns =
@@ -101,19 +107,21 @@ class table_builder {
                              : std::max(min_chunk_bytes, data / (workers_ * chunks_per_worker) + 1);
     if (!read(plan_chunks(text_, data_begin_, data_line_, shape_.n_file_columns, chunk_bytes,
                           workers_))) {
-      // A chunk did not start at a row, which only a mistake earlier in the text can cause:
-      // reading it whole finds that mistake where it lies.
-      if (!read(plan_chunks(text_, data_begin_, data_line_, shape_.n_file_columns, data, 1)))
+      // A chunk did not start at a row, which only a mistake earlier in the text can cause: reading
+      // it whole finds that mistake where it lies.
+      if (!read(plan_chunks(text_, data_begin_, data_line_, shape_.n_file_columns, data, 1))) {
         throw std::length_error("tessel: the CSV reader's row bound does not hold");
+      }
     }
-    if (table_.n_rows == 0)
+    if (table_.n_rows == 0) {
       throw data_error_at(file_name_, end_line_, end_column_, "no data rows after the header");
+    }
     return std::move(table_);
   }
 
  private:
-  // Reads every chunk into the table, or answers false when one of them turned out not to
-  // start at a row. Rethrows the first data error in the order of the text.
+  // Reads every chunk into the table, or answers false when one of them turned out not to start at
+  // a row. Rethrows the first data error in the order of the text.
   bool read(const std::vector<csv_chunk>& chunks) {
     allocate(chunks.empty() ? 0 : chunks.back().first_row + chunks.back().max_rows);
     const csv_row_reader<T> reader(text_, file_name_, shape_, table_.cells.template as<T>(),
@@ -129,10 +137,12 @@ class table_builder {
     end_line_ = data_line_;
     end_column_ = data_column_;
     for (std::size_t j = 0; j < chunks.size(); ++j) {
-      if (results[j].error)
+      if (results[j].error) {
         std::rethrow_exception(results[j].error);
-      if (!results[j].consistent)
+      }
+      if (!results[j].consistent) {
         return false;
+      }
       close_gap(chunks[j], results[j].rows);
       table_.missing_cells += results[j].missing_cells;
       table_.missing_weights += results[j].missing_weights;
@@ -144,8 +154,9 @@ class table_builder {
 
   void allocate(std::size_t max_rows) {
     const auto columns = static_cast<std::size_t>(table_.n_columns);
-    if (max_rows > SIZE_MAX / sizeof(T) / columns)
+    if (max_rows > SIZE_MAX / sizeof(T) / columns) {
       throw std::bad_alloc();
+    }
     table_.cells = block(memory_, max_rows * columns * sizeof(T));
     table_.weights = shape_.weights_column ? block(memory_, max_rows * sizeof(T)) : block();
   }

@@ -1,5 +1,5 @@
-// A numeric matrix from CSV text: an optional header row of names, comma, semicolon or tab
-// between cells, cells quoted or not, '\n' or "\r\n" between rows.
+// A numeric matrix from CSV text: an optional header row of names, comma, semicolon or tab between
+// cells, cells quoted or not, '\n' or "\r\n" between rows.
 #pragma once
 
 #include <cstdint>
@@ -26,8 +26,8 @@ struct csv_options {
   // A header name or a column number counted from 0; that column becomes `weights`.
   std::optional<std::string> weights_column;
   missing_policy missing = missing_policy::skip;
-  // The data rows are read in chunks of about this many bytes on up to `threads` threads
-  // (0: chunks of at least 1 MiB, a few per core, on every core).
+  // The data rows are read in chunks of about this many bytes on up to `threads` threads (0: chunks
+  // of at least 1 MiB, a few per core, on every core).
   std::size_t chunk_bytes = 0;
   unsigned threads = 0;
 };
@@ -44,9 +44,9 @@ struct csv_table {
   std::vector<std::string> names;    // the header's names of the n_columns; empty without header
 };
 
-// Throws data_error with file, line and column for what the text gets wrong (the first
-// mistake in the text, whichever chunk found it), and usage_error when the weights column
-// names no column of the text.
+// Throws data_error with file, line and column for what the text gets wrong (the first mistake in
+// the text, whichever chunk found it), and usage_error when the weights column names no column of
+// the text.
 csv_table parse_csv(std::string_view text, std::string_view file_name, const csv_options& options,
                     std::pmr::memory_resource& memory, progress& progress);
 

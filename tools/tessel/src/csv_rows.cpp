@@ -23,8 +23,9 @@ bool is_blank_row(const csv_cell& first) {
 // "1,5" where the delimiter is not a comma: a number written with a decimal comma.
 bool has_decimal_comma(std::string_view text) {
   const std::size_t comma = text.find(',');
-  if (comma == std::string_view::npos)
+  if (comma == std::string_view::npos) {
     return false;
+  }
   std::string with_point(text);
   with_point[comma] = '.';
   return parse_number<double>(with_point).status == number_status::ok;
@@ -66,8 +67,9 @@ chunk_result csv_row_reader<T>::read(const csv_chunk& chunk, read_progress& prog
       if (at.offset - reported >= progress_step) {
         const std::uint64_t done = progress.done += at.offset - reported;
         reported = at.offset;
-        if (worker == 0)
+        if (worker == 0) {
           progress.shown.update(progress.base + done);
+        }
       }
     }
   } catch (const data_error&) {
@@ -80,9 +82,9 @@ chunk_result csv_row_reader<T>::read(const csv_chunk& chunk, read_progress& prog
   return result;
 }
 
-// A row of finite numbers with nothing else between the delimiters, ended by "\n", "\r\n" or
-// the end of the text: the common row, read without the cursor. Anything else leaves `at`
-// alone and answers false.
+// A row of finite numbers with nothing else between the delimiters, ended by "\n", "\r\n" or the
+// end of the text: the common row, read without the cursor. Anything else leaves `at` alone and
+// answers false.
 template <class T>
 bool csv_row_reader<T>::read_plain_row(position& at, std::size_t row) const {
   const char* next = text_.data() + at.offset;
@@ -90,11 +92,13 @@ bool csv_row_reader<T>::read_plain_row(position& at, std::size_t row) const {
   for (std::size_t column = 0; column < shape_.n_file_columns; ++column) {
     T value;
     const auto [stop, error] = fast_float::from_chars(next, end, value);
-    if (error != std::errc() || !std::isfinite(value))
+    if (error != std::errc() || !std::isfinite(value)) {
       return false;
+    }
     if (column + 1 < shape_.n_file_columns) {
-      if (stop == end || *stop != shape_.delimiter)
+      if (stop == end || *stop != shape_.delimiter) {
         return false;
+      }
       next = stop + 1;
     } else if (stop == end) {
       next = end;
@@ -115,8 +119,8 @@ bool csv_row_reader<T>::read_plain_row(position& at, std::size_t row) const {
   return true;
 }
 
-// One row through the cursor, or a blank line. A row past the chunk's room is read and
-// checked but kept nowhere.
+// One row through the cursor, or a blank line. A row past the chunk's room is read and checked but
+// kept nowhere.
 template <class T>
 void csv_row_reader<T>::read_row(position& at, std::size_t row, bool kept,
                                  chunk_result& result) const {
@@ -124,14 +128,17 @@ void csv_row_reader<T>::read_row(position& at, std::size_t row, bool kept,
   csv_cell cell = cursor.next();
   if (!is_blank_row(cell)) {
     for (std::size_t column = 0;; ++column) {
-      if (column == shape_.n_file_columns)
+      if (column == shape_.n_file_columns) {
         report_long_row(cursor, cell);
+      }
       const T value = to_value(cell, column, result);
-      if (kept)
+      if (kept) {
         store(row, column, value);
+      }
       if (cell.last_in_row) {
-        if (column + 1 < shape_.n_file_columns)
+        if (column + 1 < shape_.n_file_columns) {
           report_short_row(cell, column + 1);
+        }
         break;
       }
       cell = cursor.next();
@@ -185,8 +192,9 @@ T csv_row_reader<T>::to_value(const csv_cell& cell, std::size_t column,
 template <class T>
 void csv_row_reader<T>::report_long_row(csv_cursor& cursor, const csv_cell& extra) const {
   std::size_t cells = shape_.n_file_columns + 1;
-  for (csv_cell cell = extra; !cell.last_in_row; cell = cursor.next())
+  for (csv_cell cell = extra; !cell.last_in_row; cell = cursor.next()) {
     ++cells;
+  }
   throw ragged(extra.line, extra.column, cells);
 }
 

@@ -1,7 +1,7 @@
-// Reads the data rows of one chunk of CSV text into a table's memory. A row of plain numbers
-// is read number by number where it stands; any other row (blanks, quotes, missing values,
-// errors) goes through the cell cursor from its start, which gives the same values and the
-// messages with their lines and columns.
+// Reads the data rows of one chunk of CSV text into a table's memory. A row of plain numbers is
+// read number by number where it stands; any other row (blanks, quotes, missing values, errors)
+// goes through the cell cursor from its start, which gives the same values and the messages with
+// their lines and columns.
 #pragma once
 
 #include <atomic>
@@ -49,8 +49,8 @@ struct read_progress {
 template <class T>
 class csv_row_reader {
  public:
-  // cells: room for n_file_columns cells (less the weights column) per row; weights: one per
-  // row when the shape has a weights column.
+  // cells: room for n_file_columns cells (less the weights column) per row; weights: one per row
+  // when the shape has a weights column.
   csv_row_reader(std::string_view text, std::string_view file_name, const csv_row_shape& shape,
                  T* cells, T* weights);
 

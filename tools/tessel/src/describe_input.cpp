@@ -35,8 +35,9 @@ block read_user_mean(const std::string& path, const matrix& data,
                      std::pmr::memory_resource& memory) {
   value_list means = read_values(path, data.type, "--mean", missing_policy::error, memory);
   const auto selected = std::count(selection.begin(), selection.end(), 1);
-  if (means.count == data.n_dims)
+  if (means.count == data.n_dims) {
     return std::move(means.values);
+  }
   if (means.count != selected) {
     throw data_error(fmt::format(
         "{}: --mean has {} values, expected {} (one per dimension){}", path, means.count,
@@ -49,8 +50,9 @@ block read_user_mean(const std::string& path, const matrix& data,
   std::memset(spread.as<char>(), 0, spread.bytes());
   std::size_t next = 0;
   for (std::size_t d = 0; d < selection.size(); ++d) {
-    if (selection[d] == 0)
+    if (selection[d] == 0) {
       continue;
+    }
     std::memcpy(spread.as<char>() + d * element, means.values.as<char>() + next * element, element);
     ++next;
   }
@@ -103,8 +105,9 @@ describe_input prepare_describe(const describe_options& options, const std::stri
   result.missing_values = data.missing_values;
   result.missing_weights = input.missing_weights;
   for (std::size_t d = 0; d < selection.size(); ++d) {
-    if (selection[d] == 0)
+    if (selection[d] == 0) {
       continue;
+    }
     dimension_summary summary;
     summary.index = static_cast<std::int64_t>(d);
     summary.name = data.names[d];

@@ -1,5 +1,5 @@
-// Everything `tessel describe` needs before it computes: the matrix, the selection, weights
-// and user means, all in memory from the given resource, and the result's frame.
+// Everything `tessel describe` needs before it computes: the matrix, the selection, weights and
+// user means, all in memory from the given resource, and the result's frame.
 #pragma once
 
 #include <memory_resource>

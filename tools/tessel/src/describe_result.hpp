@@ -40,9 +40,9 @@ enum class statistic {
   central_moment4,
 };
 
-// How the central statistics were found. moments: the library's central moments, which the
-// CPU device computes accurately in one call; about_mean: the mean first, then the library's
-// sums of deviations from it; one_pass: every statistic as the library's entries give it.
+// How the central statistics were found. moments: the library's central moments, which the CPU
+// device computes accurately in one call; about_mean: the mean first, then the library's sums of
+// deviations from it; one_pass: every statistic as the library's entries give it.
 enum class compute_method { moments, about_mean, one_pass };
 
 struct compute_method_info {
@@ -101,8 +101,8 @@ inline constexpr std::size_t basic_statistic_count = 13;
 struct dimension_summary {
   std::int64_t index = 0;
   std::string name;
-  // By statistic; a float run's values are floats widened to double, so printing them as
-  // float gives the computed float back. NaN where a dimension has no values.
+  // By statistic; a float run's values are floats widened to double, so printing them as float
+  // gives the computed float back. NaN where a dimension has no values.
   std::array<double, all_statistics.size()> values{};
 
   double operator[](statistic s) const { return values[static_cast<std::size_t>(s)]; }

@@ -32,30 +32,35 @@ bool same_name(std::string_view a, std::string_view b) {
 template <class Predicate>
 std::optional<sycl::device> first(const std::vector<sycl::device>& devices, Predicate predicate) {
   const auto found = std::find_if(devices.begin(), devices.end(), predicate);
-  if (found == devices.end())
+  if (found == devices.end()) {
     return std::nullopt;
+  }
   return *found;
 }
 
 std::string names(const std::vector<sycl::device>& devices) {
   std::vector<std::string> quoted;
-  for (const sycl::device& device : devices)
+  for (const sycl::device& device : devices) {
     quoted.push_back('"' + name_of(device) + '"');
+  }
   return quoted.empty() ? "none" : fmt::format("{}", fmt::join(quoted, ", "));
 }
 
 std::string kind_of(const sycl::device& device) {
-  if (device.is_cpu())
+  if (device.is_cpu()) {
     return "cpu";
-  if (!device.is_gpu())
+  }
+  if (!device.is_gpu()) {
     return "other";
+  }
   return is_real_gpu(device) ? "gpu" : "gpu (emulated, chosen only by name)";
 }
 
 std::string bytes_text(std::uint64_t bytes) {
   constexpr std::uint64_t mib = std::uint64_t{1} << 20;
-  if (bytes >= mib)
+  if (bytes >= mib) {
     return fmt::format("{} MiB", bytes / mib);
+  }
   return fmt::format("{} KiB", bytes / 1024);
 }
 
@@ -66,8 +71,9 @@ sycl::device select_device(const std::string& wanted) {
   std::optional<sycl::device> chosen;
   if (wanted == "auto") {
     chosen = first(devices, is_real_gpu);
-    if (!chosen)
+    if (!chosen) {
       chosen = first(devices, [](const sycl::device& d) { return d.is_cpu(); });
+    }
   } else if (wanted == "cpu") {
     chosen = first(devices, [](const sycl::device& d) { return d.is_cpu(); });
   } else if (wanted == "gpu") {

@@ -15,9 +15,9 @@ constexpr std::string_view name_of(element_type type) {
   return type == element_type::f32 ? "float" : "double";
 }
 
-// Mirrors the library's layout: row_major keeps one dimension's observations together
-// (element (d, i) at d * n_observations + i), col_major one observation's dimensions
-// (element (d, i) at d + i * n_dims).
+// Mirrors the library's layout: row_major keeps one dimension's observations together (element (d,
+// i) at d * n_observations + i), col_major one observation's dimensions (element (d, i) at d + i *
+// n_dims).
 enum class matrix_layout { row_major, col_major };
 
 constexpr std::string_view name_of(matrix_layout layout) {

@@ -1,5 +1,5 @@
-// What goes wrong in tessel, split by who must act: the person typing the command (usage) or
-// the person who made the file (data). main() turns each into one line and its exit status.
+// What goes wrong in tessel, split by who must act: the person typing the command (usage) or the
+// person who made the file (data). main() turns each into one line and its exit status.
 #pragma once
 
 #include <cstdint>
@@ -28,8 +28,8 @@ class data_error : public std::runtime_error {
 data_error data_error_at(std::string_view file, std::int64_t line, std::int64_t column,
                          std::string_view message);
 
-// Text from a file, made fit for a one-line message: cut to a readable length, with
-// control and non-ASCII bytes written as \xNN.
+// Text from a file, made fit for a one-line message: cut to a readable length, with control and
+// non-ASCII bytes written as \xNN.
 std::string quoted_excerpt(std::string_view text);
 
 }  // namespace tessel

@@ -7,13 +7,15 @@ namespace {
 
 // Quotes a name that holds a delimiter, a quote or a line break, doubling its quotes.
 std::string csv_field(std::string_view text) {
-  if (text.find_first_of(",\"\r\n") == std::string_view::npos)
+  if (text.find_first_of(",\"\r\n") == std::string_view::npos) {
     return std::string(text);
+  }
   std::string quoted = "\"";
   for (const char c : text) {
     quoted += c;
-    if (c == '"')
+    if (c == '"') {
       quoted += '"';
+    }
   }
   return quoted + '"';
 }
@@ -23,8 +25,9 @@ std::string csv_field(std::string_view text) {
 std::string format_csv(const describe_result& result) {
   const std::vector<statistic_info> columns = result.statistics();
   std::string text = "index,name";
-  for (const statistic_info& column : columns)
+  for (const statistic_info& column : columns) {
     text += fmt::format(",{}", column.key);
+  }
   text += '\n';
   for (const dimension_summary& dimension : result.dimensions) {
     text += fmt::format("{},{}", dimension.index, csv_field(dimension.name));

@@ -11,17 +11,20 @@ namespace {
 // Members keep the order they are written in.
 using json = nlohmann::ordered_json;
 
-// The shortest text that reads back as the same float, as a double, so that the JSON carries
-// 0.1 and not 0.100000001490116 for a float 0.1.
+// The shortest text that reads back as the same float, as a double, so that the JSON carries 0.1
+// and not 0.100000001490116 for a float 0.1.
 json json_number(const describe_result& result, const dimension_summary& dimension,
                  statistic which) {
   const double value = dimension[which];
-  if (which == statistic::count)
+  if (which == statistic::count) {
     return static_cast<std::int64_t>(value);
-  if (!std::isfinite(value))
+  }
+  if (!std::isfinite(value)) {
     return nullptr;
-  if (result.type == element_type::f64)
+  }
+  if (result.type == element_type::f64) {
     return value;
+  }
   return parse_number<double>(format_value(result, dimension, which)).value;
 }
 

@@ -15,8 +15,9 @@ std::string preamble(const describe_result& result) {
                                  result.source, result.n_observations, result.n_dims,
                                  name_of(result.type), name_of(result.layout), result.device);
   text += fmt::format("computed: {}\n", info_of(result.method).description);
-  if (!result.weights.empty())
+  if (!result.weights.empty()) {
     text += fmt::format("weights: {}\n", result.weights);
+  }
   if (!result.user_mean.empty()) {
     text += fmt::format("central statistics about the user mean from {}\n", result.user_mean);
   }
@@ -35,24 +36,27 @@ std::string preamble(const describe_result& result) {
 std::string printable(std::string_view name) {
   std::string text(name);
   for (char& c : text) {
-    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f)
+    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) {
       c = ' ';
+    }
   }
   return text;
 }
 
-// A number split where its decimal point stands, or would stand: the integer digits to the
-// left, the fraction and exponent to the right.
+// A number split where its decimal point stands, or would stand: the integer digits to the left,
+// the fraction and exponent to the right.
 struct aligned_cell {
   std::string left, right;
 };
 
 aligned_cell split_at_point(const std::string& text) {
   std::size_t point = text.find('.');
-  if (point == std::string::npos)
+  if (point == std::string::npos) {
     point = text.find('e');
-  if (point == std::string::npos)
+  }
+  if (point == std::string::npos) {
     point = text.size();
+  }
   return {text.substr(0, point), text.substr(point)};
 }
 
@@ -72,8 +76,9 @@ struct column {
 std::string format_table(const describe_result& result, std::size_t width, int digits) {
   const std::vector<statistic_info> rows = result.statistics();
   std::size_t label_width = 0;
-  for (const statistic_info& row : rows)
+  for (const statistic_info& row : rows) {
     label_width = std::max(label_width, row.label.size());
+  }
 
   std::vector<column> columns;
   for (const dimension_summary& dimension : result.dimensions) {
@@ -87,8 +92,9 @@ std::string format_table(const describe_result& result, std::size_t width, int d
   }
 
   std::string text = preamble(result);
-  if (columns.empty())
+  if (columns.empty()) {
     return text + "no dimension selected\n";
+  }
   auto out = std::back_inserter(text);
   for (std::size_t first = 0; first < columns.size();) {
     // At least one column per block, however narrow the terminal.

@@ -25,14 +25,16 @@ using namespace tessel;
 
 // Errors of commands that run after the entry returned come back here.
 void rethrow_first(const sycl::exception_list& errors) {
-  for (const std::exception_ptr& error : errors)
+  for (const std::exception_ptr& error : errors) {
     std::rethrow_exception(error);
+  }
 }
 
 std::size_t terminal_width() {
   winsize size{};
-  if (::isatty(STDOUT_FILENO) != 1 || ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0)
+  if (::isatty(STDOUT_FILENO) != 1 || ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0) {
     return 0;
+  }
   return size.ws_col;
 }
 
@@ -81,8 +83,9 @@ int fail(int status, std::string_view message) {
 int main(int argc, char** argv) {
   try {
     const cli_outcome outcome = parse_command_line(argc, argv, std::cout, std::cerr);
-    if (!outcome.run)
+    if (!outcome.run) {
       return outcome.exit_code;
+    }
     return std::visit([](const auto& command) { return run(command); }, *outcome.run);
   } catch (const usage_error& e) {
     return fail(exit_usage_error, e.what());

@@ -1,5 +1,5 @@
-// A read-only memory map of a whole regular file: the parsers read the page cache directly,
-// so a file is never copied into memory before it is parsed.
+// A read-only memory map of a whole regular file: the parsers read the page cache directly, so a
+// file is never copied into memory before it is parsed.
 #pragma once
 
 #include <cstddef>

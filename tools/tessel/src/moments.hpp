@@ -14,8 +14,8 @@ struct weight_totals {
   long double w2 = 0;
 };
 
-// The library's weight rule: a positive weight counts as it stands, any other as 1. Without
-// weights (null) both totals are `count`.
+// The library's weight rule: a positive weight counts as it stands, any other as 1. Without weights
+// (null) both totals are `count`.
 template <class T>
 weight_totals total_weights(const T* weights, std::size_t count);
 
@@ -28,10 +28,9 @@ struct central_sums {
 };
 
 // Sums about a centre c near the mean moved to the mean itself. Sums of deviations from c lose
-// nothing to a large mean, but c is a float or double and so misses the mean by up to half
-// its last place, an error that the third sum carries as 3 (m - c) C2. That miss is found
-// from the sum of squares about a second centre a: S2(a) = C2 - 2 (a - c) S1 + (a - c)^2 W,
-// with S1 = W (m - c).
+// nothing to a large mean, but c is a float or double and so misses the mean by up to half its last
+// place, an error that the third sum carries as 3 (m - c) C2. That miss is found from the sum of
+// squares about a second centre a: S2(a) = C2 - 2 (a - c) S1 + (a - c)^2 W, with S1 = W (m - c).
 central_sums recentre(const weight_totals& weights, long double c, long double c2, long double c3,
                       long double c4, long double a, long double s2_about_a);
 

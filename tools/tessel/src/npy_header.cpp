@@ -24,8 +24,8 @@ struct literal {
   std::vector<std::int64_t> numbers;
 };
 
-// Reads the Python dictionary literal that numpy writes, e.g.
-// {'descr': '<f8', 'fortran_order': False, 'shape': (3, 4), }
+// Reads the Python dictionary literal that numpy writes, e.g. {'descr': '<f8', 'fortran_order':
+// False, 'shape': (3, 4), }
 class dictionary_parser {
  public:
   dictionary_parser(std::string_view text, std::string_view file_name)
@@ -37,8 +37,9 @@ class dictionary_parser {
     while (!accept('}')) {
       std::string key = parse_string();
       expect(':');
-      if (entries.contains(key))
+      if (entries.contains(key)) {
         fail(fmt::format("key '{}' appears twice", key));
+      }
       entries[std::move(key)] = parse_value();
       if (!accept(',')) {
         expect('}');
@@ -54,8 +55,9 @@ class dictionary_parser {
   }
 
   void skip_space() {
-    while (pos_ < text_.size() && std::isspace(static_cast<unsigned char>(text_[pos_])))
+    while (pos_ < text_.size() && std::isspace(static_cast<unsigned char>(text_[pos_]))) {
       ++pos_;
+    }
   }
   bool accept(char c) {
     skip_space();
@@ -87,8 +89,9 @@ class dictionary_parser {
     }
     const char quote = text_[pos_++];
     const std::size_t end = text_.find(quote, pos_);
-    if (end == std::string_view::npos)
+    if (end == std::string_view::npos) {
       fail("unterminated string");
+    }
     std::string value(text_.substr(pos_, end - pos_));
     pos_ = end + 1;
     return value;
@@ -132,10 +135,12 @@ class dictionary_parser {
       }
       value = value * 10 + digit;
     }
-    if (pos_ == start)
+    if (pos_ == start) {
       fail(fmt::format("expected an integer at byte {} of the header", pos_));
-    if (pos_ < text_.size() && text_[pos_] == 'L')
+    }
+    if (pos_ < text_.size() && text_[pos_] == 'L') {
       ++pos_;  // Python 2 wrote long integers so
+    }
     return value;
   }
 

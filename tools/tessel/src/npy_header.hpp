@@ -19,8 +19,8 @@ struct npy_header {
   std::size_t element_count = 0;
 };
 
-// Throws data_error with the reason when the bytes are not a .npy file tessel can read,
-// including when the data that the header announces is not all there.
+// Throws data_error with the reason when the bytes are not a .npy file tessel can read, including
+// when the data that the header announces is not all there.
 npy_header parse_npy_header(std::string_view bytes, std::string_view file_name);
 
 bool has_npy_magic(std::string_view bytes);

@@ -101,8 +101,8 @@ class element_copy {
   progress& progress_;
 };
 
-// A NaN element is a missing value; with missing_policy::error the first one in the file's
-// order is refused.
+// A NaN element is a missing value; with missing_policy::error the first one in the file's order is
+// refused.
 template <class T>
 void count_missing(const npy_header& header, std::string_view file_name,
                    std::optional<std::size_t> weights_column, missing_policy policy,
@@ -117,13 +117,15 @@ void count_missing(const npy_header& header, std::string_view file_name,
     const auto order = [&](place p) {
       return header.fortran_order ? std::pair(p.column, p.row) : std::pair(p.row, p.column);
     };
-    if (!first || order(at) < order(*first))
+    if (!first || order(at) < order(*first)) {
       first = at;
+    }
   };
   const T* const values = array.values.template as<T>();
   for (std::size_t k = 0; k < rows * kept; ++k) {
-    if (!std::isnan(values[k]))
+    if (!std::isnan(values[k])) {
       continue;
+    }
     ++array.missing_values;
     if (array.missing_values == 1) {
       const std::size_t row = header.fortran_order ? k % rows : k / kept;
@@ -134,10 +136,12 @@ void count_missing(const npy_header& header, std::string_view file_name,
   if (weights_column) {
     const T* const weights = array.weights.template as<T>();
     for (std::size_t r = 0; r < rows; ++r) {
-      if (!std::isnan(weights[r]))
+      if (!std::isnan(weights[r])) {
         continue;
-      if (++array.missing_weights == 1)
+      }
+      if (++array.missing_weights == 1) {
         consider({r, *weights_column});
+      }
     }
   }
   if (first && policy == missing_policy::error) {
@@ -189,8 +193,9 @@ npy_array read_npy(std::string_view bytes, std::string_view file_name, const npy
   const std::size_t element_size = size_of(array.type);
   const auto rows = static_cast<std::size_t>(array.n_rows);
   array.values = block(memory, rows * static_cast<std::size_t>(array.n_columns) * element_size);
-  if (weights_column)
+  if (weights_column) {
     array.weights = block(memory, rows * element_size);
+  }
   if (array.type == element_type::f32) {
     copy_elements<float>(header, bytes, file_name, weights_column, array, progress);
     count_missing<float>(header, file_name, weights_column, options.missing, array);

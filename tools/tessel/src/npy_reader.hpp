@@ -1,5 +1,5 @@
-// The elements of a float32 or float64 .npy array, converted to the element type asked for
-// and kept in the file's order (C or Fortran).
+// The elements of a float32 or float64 .npy array, converted to the element type asked for and kept
+// in the file's order (C or Fortran).
 #pragma once
 
 #include <cstdint>
@@ -33,8 +33,8 @@ struct npy_array {
   std::int64_t missing_weights = 0;  // and of `weights`
 };
 
-// Throws data_error with the reason for a file it cannot read, and usage_error for a weights
-// column that does not exist.
+// Throws data_error with the reason for a file it cannot read, and usage_error for a weights column
+// that does not exist.
 npy_array read_npy(std::string_view bytes, std::string_view file_name, const npy_options& options,
                    std::pmr::memory_resource& memory, progress& progress);
 

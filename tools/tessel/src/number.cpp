@@ -12,10 +12,12 @@ parsed_number<T> parse_number(std::string_view text) {
   T value = 0;
   const char* const last = text.data() + text.size();
   const auto [end, error] = fast_float::from_chars(text.data(), last, value);
-  if (text.empty() || error != std::errc() || end != last)
+  if (text.empty() || error != std::errc() || end != last) {
     return {number_status::not_a_number, 0};
-  if (!is_in_range(value, text.data()))
+  }
+  if (!is_in_range(value, text.data())) {
     return {number_status::out_of_range, 0};
+  }
   return {number_status::ok, value};
 }
 

@@ -18,8 +18,9 @@ template <class T>
 std::vector<std::size_t> nan_places(const T* values, std::size_t count, auto index) {
   std::vector<std::size_t> places;
   for (std::size_t i = 0; i < count; ++i) {
-    if (std::isnan(values[index(i)]))
+    if (std::isnan(values[index(i)])) {
       places.push_back(i);
+    }
   }
   return places;
 }
@@ -35,8 +36,9 @@ std::vector<observation_group> group_as(const matrix& data, const block& weights
   std::map<std::vector<std::size_t>, std::vector<std::size_t>> by_absent;
   by_absent[{}];  // the group of complete dimensions comes first
   for (std::size_t d = 0; d < selection.size(); ++d) {
-    if (selection[d] == 0)
+    if (selection[d] == 0) {
       continue;
+    }
     std::vector<std::size_t> absent = unweighable;
     if (data.missing_values > 0) {
       const std::vector<std::size_t> own = nan_places(
@@ -49,8 +51,9 @@ std::vector<observation_group> group_as(const matrix& data, const block& weights
   }
   std::vector<observation_group> groups;
   for (auto& [absent, dims] : by_absent) {
-    if (!dims.empty())
+    if (!dims.empty()) {
       groups.push_back({std::move(dims), absent});
+    }
   }
   return groups;
 }
@@ -62,8 +65,9 @@ gathered_group gather_as(const matrix& data, const block& weights, const observa
   gathered_group gathered;
   gathered.count = n_obs - group.absent.size();
   gathered.values = block(memory, group.dims.size() * gathered.count * sizeof(T));
-  if (!weights.empty())
+  if (!weights.empty()) {
     gathered.weights = block(memory, gathered.count * sizeof(T));
+  }
   // Walks the observations beside the absent ones.
   const auto for_present = [&](auto visit) {
     std::size_t next_absent = 0, kept = 0;
@@ -96,15 +100,17 @@ gathered_group gather_as(const matrix& data, const block& weights, const observa
 std::vector<observation_group> group_by_missing(const matrix& data, const block& weights,
                                                 std::int64_t missing_weights,
                                                 const std::vector<std::int64_t>& selection) {
-  if (data.type == element_type::f32)
+  if (data.type == element_type::f32) {
     return group_as<float>(data, weights, missing_weights, selection);
+  }
   return group_as<double>(data, weights, missing_weights, selection);
 }
 
 gathered_group gather_group(const matrix& data, const block& weights,
                             const observation_group& group, std::pmr::memory_resource& memory) {
-  if (data.type == element_type::f32)
+  if (data.type == element_type::f32) {
     return gather_as<float>(data, weights, group, memory);
+  }
   return gather_as<double>(data, weights, group, memory);
 }
 

@@ -11,9 +11,9 @@
 namespace tessel {
 namespace {
 
-// Large columns: a sample places a window of values around each quartile's ranks, one sweep
-// counts the values below each window and keeps those inside it, and the ranks are then
-// selected among the few kept. Should a window miss its ranks, the column is sorted out whole.
+// Large columns: a sample places a window of values around each quartile's ranks, one sweep counts
+// the values below each window and keeps those inside it, and the ranks are then selected among the
+// few kept. Should a window miss its ranks, the column is sorted out whole.
 constexpr std::size_t sample_size = 16384;
 constexpr std::size_t whole_below = 4 * sample_size;
 constexpr double margin_sigmas = 4;
@@ -39,8 +39,9 @@ quartile_place quartile(std::size_t n, std::size_t k) {
 // numpy's linear interpolation, which pandas' describe uses.
 template <class T>
 T interpolate(T low, T high, double fraction) {
-  if (fraction == 0)
+  if (fraction == 0) {
     return low;
+  }
   const T t = static_cast<T>(fraction);
   const T difference = high - low;
   return fraction >= 0.5 ? high - difference * (1 - t) : low + difference * t;
@@ -76,8 +77,9 @@ order_statistics whole_column(const column_ref<T>& column) {
     return {none, none, none, none, none};
   }
   std::vector<T> values(column.count);
-  for (std::size_t i = 0; i < column.count; ++i)
+  for (std::size_t i = 0; i < column.count; ++i) {
     values[i] = column.at(i);
+  }
   const auto [min, max] = std::minmax_element(values.begin(), values.end());
   const T low = *min, high = *max;
   // Ranks are asked for in increasing order, so each selection works on what lies above the
@@ -114,11 +116,13 @@ struct window {
   }
   T at(std::size_t rank) {
     std::size_t k = rank - below;
-    if (k < at_low)
+    if (k < at_low) {
       return low;
+    }
     k -= at_low;
-    if (k >= inside.size())
+    if (k >= inside.size()) {
       return high;
+    }
     const auto target = inside.begin() + static_cast<std::ptrdiff_t>(k);
     if (selected && k == *selected + 1) {
       // The next rank after a selection is the least of what lies above it.
@@ -141,13 +145,14 @@ struct tally {
   window<T> windows[3];
 };
 
-// Bounds of the windows from a sorted sample, wide enough that each holds its quartile's two
-// ranks but for a chance of about 1e-4.
+// Bounds of the windows from a sorted sample, wide enough that each holds its quartile's two ranks
+// but for a chance of about 1e-4.
 template <class T>
 void place_windows(const column_ref<T>& column, tally<T>& bounds) {
   std::vector<T> sample(sample_size);
-  for (std::size_t k = 0; k < sample_size; ++k)
+  for (std::size_t k = 0; k < sample_size; ++k) {
     sample[k] = column.at(mix(k) % column.count);
+  }
   std::sort(sample.begin(), sample.end());
   for (std::size_t k = 1; k <= 3; ++k) {
     const quartile_place place = quartile(column.count, k);
@@ -156,15 +161,17 @@ void place_windows(const column_ref<T>& column, tally<T>& bounds) {
                           static_cast<double>(sample_size - 1);
     const double margin = margin_sigmas * std::sqrt(sample_size * q * (1 - q)) + 2;
     window<T>& w = bounds.windows[k - 1];
-    if (centre - margin >= 0)
+    if (centre - margin >= 0) {
       w.low = sample[static_cast<std::size_t>(centre - margin)];
-    if (centre + 1 + margin < static_cast<double>(sample_size - 1))
+    }
+    if (centre + 1 + margin < static_cast<double>(sample_size - 1)) {
       w.high = sample[static_cast<std::size_t>(std::ceil(centre + 1 + margin))];
+    }
   }
 }
 
-// Branch-free: every value is written to each window's staging run, which keeps it only if it
-// falls inside, so that no branch hangs on where a value falls.
+// Branch-free: every value is written to each window's staging run, which keeps it only if it falls
+// inside, so that no branch hangs on where a value falls.
 template <class T>
 void sweep(const column_ref<T>& column, std::size_t begin, std::size_t end, tally<T>& into) {
   constexpr std::size_t run = 512;
@@ -190,14 +197,16 @@ void sweep(const column_ref<T>& column, std::size_t begin, std::size_t end, tall
       }
     }
     for (std::size_t k = 0; k < 3; ++k) {
-      for (std::size_t j = 0; j < kept[k]; ++j)
+      for (std::size_t j = 0; j < kept[k]; ++j) {
         w[k].add(staged[k][j]);
+      }
     }
   }
   into.min = min;
   into.max = max;
-  for (std::size_t k = 0; k < 3; ++k)
+  for (std::size_t k = 0; k < 3; ++k) {
     w[k].below += below[k];
+  }
 }
 
 }  // namespace
@@ -207,8 +216,9 @@ std::vector<order_statistics> find_order_statistics(const std::vector<column_set
                                                     unsigned workers) {
   std::vector<column_ref<T>> columns;
   for (const column_set<T>& set : sets) {
-    for (const std::size_t offset : set.offsets)
+    for (const std::size_t offset : set.offsets) {
       columns.push_back({set.first + offset, set.count, set.step});
+    }
   }
   std::vector<order_statistics> results(columns.size());
   std::vector<tally<T>> bounds(columns.size());
@@ -222,19 +232,21 @@ std::vector<order_statistics> find_order_statistics(const std::vector<column_set
     }
   });
 
-  // Sweeps over blocks of observations, every sampled column of a block in turn, into one
-  // tally per worker and column.
+  // Sweeps over blocks of observations, every sampled column of a block in turn, into one tally per
+  // worker and column.
   struct task {
     std::size_t column, begin, end;
   };
   std::vector<task> tasks;
   for (std::size_t c = 0; c < columns.size(); ++c) {
-    if (!sampled[c])
+    if (!sampled[c]) {
       continue;
+    }
     const std::size_t rows =
         std::max<std::size_t>(1024, block_bytes / (columns[c].step * sizeof(T)));
-    for (std::size_t begin = 0; begin < columns[c].count; begin += rows)
+    for (std::size_t begin = 0; begin < columns[c].count; begin += rows) {
       tasks.push_back({c, begin, std::min(columns[c].count, begin + rows)});
+    }
   }
   std::sort(tasks.begin(), tasks.end(),
             [](const task& a, const task& b) { return a.begin < b.begin; });
@@ -246,8 +258,9 @@ std::vector<order_statistics> find_order_statistics(const std::vector<column_set
   });
 
   parallel_for(columns.size(), workers, [&](std::size_t c, unsigned) {
-    if (!sampled[c])
+    if (!sampled[c]) {
       return;
+    }
     tally<T> total = bounds[c];
     for (const std::vector<tally<T>>& part : tallies) {
       total.min = std::min(total.min, part[c].min);

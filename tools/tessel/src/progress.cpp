@@ -22,8 +22,9 @@ void progress::report(std::uint64_t done_bytes) {
 }
 
 void progress::finish() {
-  if (!out_)
+  if (!out_) {
     return;
+  }
   if (next_report_ > 0) {
     fmt::print(out_, "\r\x1b[K");
     std::fflush(out_);

@@ -26,8 +26,9 @@ class progress {
   }
 
   void update(std::uint64_t done_bytes) {
-    if (out_ && done_bytes >= next_report_)
+    if (out_ && done_bytes >= next_report_) {
       report(done_bytes);
+    }
   }
   // Clears the line; idempotent.
   void finish();

@@ -18,8 +18,9 @@ bool is_npy(const mapped_file& file) {
 std::vector<std::string> index_names(std::int64_t count) {
   std::vector<std::string> names;
   names.reserve(static_cast<std::size_t>(count));
-  for (std::int64_t d = 0; d < count; ++d)
+  for (std::int64_t d = 0; d < count; ++d) {
     names.push_back(std::to_string(d));
+  }
   return names;
 }
 

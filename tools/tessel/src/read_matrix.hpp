@@ -1,5 +1,5 @@
-// Reads a data file (CSV, or .npy by its extension or its first bytes) into a matrix whose
-// layout follows the file's order, so that nothing is transposed or copied twice.
+// Reads a data file (CSV, or .npy by its extension or its first bytes) into a matrix whose layout
+// follows the file's order, so that nothing is transposed or copied twice.
 #pragma once
 
 #include <cstdint>

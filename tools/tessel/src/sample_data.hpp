@@ -7,8 +7,8 @@
 namespace tessel {
 
 // Looks beside an installed executable (<prefix>/bin/tessel finds
-// <prefix>/share/tessel/sample.csv), then in the source tree the tool was built from.
-// Throws data_error listing both places when neither has it.
+// <prefix>/share/tessel/sample.csv), then in the source tree the tool was built from. Throws
+// data_error listing both places when neither has it.
 std::string find_sample_dataset(const std::filesystem::path& executable);
 
 // This process's executable, from /proc/self/exe.

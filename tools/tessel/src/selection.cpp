@@ -12,8 +12,9 @@ namespace {
 
 std::string_view trim(std::string_view text) {
   const auto first = text.find_first_not_of(" \t");
-  if (first == std::string_view::npos)
+  if (first == std::string_view::npos) {
     return {};
+  }
   return text.substr(first, text.find_last_not_of(" \t") - first + 1);
 }
 
@@ -35,8 +36,9 @@ std::vector<std::int64_t> parse_selection(std::string_view list,
   for (;;) {
     const std::size_t comma = std::min(list.find(',', start), list.size());
     const std::string_view item = trim(list.substr(start, comma - start));
-    if (item.empty())
+    if (item.empty()) {
       throw usage_error("--dims: an empty item in the list");
+    }
     if (const auto named = std::find(names.begin(), names.end(), item); named != names.end()) {
       selection[static_cast<std::size_t>(named - names.begin())] = 1;
     } else if (const auto index = parse_index(item)) {
@@ -59,8 +61,9 @@ std::vector<std::int64_t> parse_selection(std::string_view list,
       std::fill(selection.begin() + static_cast<std::ptrdiff_t>(*first),
                 selection.begin() + static_cast<std::ptrdiff_t>(*last) + 1, 1);
     }
-    if (comma == list.size())
+    if (comma == list.size()) {
       break;
+    }
     start = comma + 1;
   }
   return selection;

@@ -1,5 +1,5 @@
-// Memory the queue's device can reach and the host can write: the readers parse a file
-// straight into it, and the library reads it where it lies.
+// Memory the queue's device can reach and the host can write: the readers parse a file straight
+// into it, and the library reads it where it lies.
 #pragma once
 
 #include <memory_resource>
@@ -18,8 +18,9 @@ class usm_resource : public std::pmr::memory_resource {
   void* do_allocate(std::size_t bytes, std::size_t alignment) override {
     const std::size_t rounded = (bytes + alignment - 1) / alignment * alignment;
     void* const memory = sycl::aligned_alloc_shared(alignment, rounded, queue_);
-    if (memory == nullptr)
+    if (memory == nullptr) {
       throw std::bad_alloc();
+    }
     return memory;
   }
   void do_deallocate(void* memory, std::size_t, std::size_t) override {

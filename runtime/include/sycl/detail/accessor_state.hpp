@@ -1,7 +1,7 @@
-// What every buffer accessor holds. Accessors stay trivially copyable because
-// kernel objects are copied as bytes to a device: a device backend finds an
-// accessor in its copy of a kernel object by the tag, which sits right after
-// the data pointer, and replaces the pointer with its own copy of the storage.
+// What every buffer accessor holds. Accessors stay trivially copyable because kernel objects are
+// copied as bytes to a device: a device backend finds an accessor in its copy of a kernel object by
+// the tag, which sits right after the data pointer, and replaces the pointer with its own copy of
+// the storage.
 #pragma once
 
 #include <cstddef>
@@ -27,16 +27,16 @@ struct accessor_state {
   bool placeholder = false;
 };
 
-// Tags carry a fixed marker in their high half, so a scan of a kernel
-// object's bytes does not take an ordinary value for one.
+// Tags carry a fixed marker in their high half, so a scan of a kernel object's bytes does not take
+// an ordinary value for one.
 inline constexpr std::uint64_t accessor_tag_marker = 0x7e55e1ac00000000ull;
 TESSEL_SYCL_API std::uint64_t next_accessor_tag() noexcept;
 
 // Records the accessor as a requirement of the command group.
 TESSEL_SYCL_API void add_requirement(handler& cgh, const accessor_state& acc);
 
-// Blocks until the commands that conflict with this access have finished;
-// commands submitted later that conflict wait until the token is released.
+// Blocks until the commands that conflict with this access have finished; commands submitted later
+// that conflict wait until the token is released.
 TESSEL_SYCL_API std::shared_ptr<void> acquire_host_access(buffer_impl& b, access_mode mode);
 
 // Throws errc::invalid when the accessed range leaves the buffer.

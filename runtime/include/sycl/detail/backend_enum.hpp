@@ -1,7 +1,6 @@
-// The backends a SYCL object can belong to. The host CPU and the emulated GPU
-// are ext_tessel_host; the others exist so that interop code compiles and
-// learns at run time whether its backend is there. The values are those that
-// interop callers compare with: OpenCL is 1.
+// The backends a SYCL object can belong to. The host CPU and the emulated GPU are ext_tessel_host;
+// the others exist so that interop code compiles and learns at run time whether its backend is
+// there. The values are those that interop callers compare with: OpenCL is 1.
 #pragma once
 
 namespace sycl {

@@ -1,5 +1,5 @@
-// Owns one heap object whose type only the code that made it knows: the
-// command's copy of a kernel or host task.
+// Owns one heap object whose type only the code that made it knows: the command's copy of a kernel
+// or host task.
 #pragma once
 
 #include <cstddef>
@@ -36,8 +36,9 @@ class erased_object {
 
  private:
   void reset() noexcept {
-    if (ptr_ != nullptr)
+    if (ptr_ != nullptr) {
       destroy_(ptr_);
+    }
     ptr_ = nullptr;
   }
 

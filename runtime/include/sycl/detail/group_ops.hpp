@@ -1,5 +1,5 @@
-// What the device-side headers ask of the executor: the group collectives,
-// type-erased so that a kernel instantiates nothing but a small fold function.
+// What the device-side headers ask of the executor: the group collectives, type-erased so that a
+// kernel instantiates nothing but a small fold function.
 #pragma once
 
 #include <cstddef>
@@ -47,11 +47,11 @@ void fold(void* accumulator, const void* value) {
   acc = static_cast<T>(BinaryOperation{}(acc, *static_cast<const T*>(value)));
 }
 
-// Every work-item of the group calls these with the same arguments; the
-// executor checks that and throws sycl::exception (errc::kernel) otherwise.
+// Every work-item of the group calls these with the same arguments; the executor checks that and
+// throws sycl::exception (errc::kernel) otherwise.
 TESSEL_SYCL_API void collective_barrier(work_item* self, memory_scope scope);
-// Replaces *value with the fold, in local-id order, of every item's value,
-// starting from *init when init is not null.
+// Replaces *value with the fold, in local-id order, of every item's value, starting from *init when
+// init is not null.
 TESSEL_SYCL_API void collective_reduce(work_item* self, reduce_operation op, scalar_type type,
                                        void* value, const void* init, fold_function fold);
 // Starts a copy of count elements; returns the id that a wait names.

@@ -1,5 +1,5 @@
-// The runtime's sources reach the implementation object behind a SYCL handle
-// through this one friend, so handles keep no public door to it.
+// The runtime's sources reach the implementation object behind a SYCL handle through this one
+// friend, so handles keep no public door to it.
 #pragma once
 
 #include <memory>

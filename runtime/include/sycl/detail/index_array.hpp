@@ -18,8 +18,9 @@ class index_array {
 
   friend bool operator==(const Derived& a, const Derived& b) {
     for (int d = 0; d < Dimensions; ++d) {
-      if (a.values_[d] != b.values_[d])
+      if (a.values_[d] != b.values_[d]) {
         return false;
+      }
     }
     return true;
   }
@@ -66,8 +67,8 @@ class index_array {
   std::size_t values_[Dimensions] = {};
 };
 
-// One-dimensional ids and items convert to their one index; a plain
-// (non-template) conversion function, so that they index raw pointers.
+// One-dimensional ids and items convert to their one index; a plain (non-template) conversion
+// function, so that they index raw pointers.
 template <typename Derived, int Dimensions>
 struct size_conversion {};
 template <typename Derived>

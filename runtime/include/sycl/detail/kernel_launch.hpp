@@ -1,6 +1,6 @@
-// The seam between the host-side runtime (queue, handler, scheduler) and the
-// devices that execute kernels. A handler type-erases a kernel into a launch
-// record; a device runs every work-group of it and returns, or throws.
+// The seam between the host-side runtime (queue, handler, scheduler) and the devices that execute
+// kernels. A handler type-erases a kernel into a launch record; a device runs every work-group of
+// it and returns, or throws.
 #pragma once
 
 #include <cstddef>
@@ -17,13 +17,13 @@ class handler;
 namespace sycl::detail {
 
 using nd_kernel_invoker = void (*)(const void* kernel, const sycl::nd_item<1>& it);
-// A range kernel gets its index and the range; the handler builds the item or
-// id that the kernel takes.
+// A range kernel gets its index and the range; the handler builds the item or id that the kernel
+// takes.
 using range_kernel_invoker = void (*)(const void* kernel, std::size_t index, std::size_t size);
 
-// One buffer that a kernel reaches through an accessor. A backend that runs
-// kernels in memory of its own finds the accessor in its copy of the kernel
-// object by the tag (detail/accessor_state.hpp) and points it at that memory.
+// One buffer that a kernel reaches through an accessor. A backend that runs kernels in memory of
+// its own finds the accessor in its copy of the kernel object by the tag
+// (detail/accessor_state.hpp) and points it at that memory.
 struct requirement {
   std::uint64_t tag = 0;
   void* host_data = nullptr;  // the buffer's storage, element 0
@@ -65,9 +65,8 @@ struct device_limits {
   std::uint64_t global_mem_size = 0;
 };
 
-// What executes kernels for one device. run() blocks until every group has
-// finished; it is called from the scheduler's worker threads, possibly from
-// several at once for independent commands.
+// What executes kernels for one device. run() blocks until every group has finished; it is called
+// from the scheduler's worker threads, possibly from several at once for independent commands.
 class device_backend {
  public:
   virtual ~device_backend() = default;
@@ -76,18 +75,18 @@ class device_backend {
   virtual void run(const range_launch& launch) = 0;
 };
 
-// Made by the emulated-device half (runtime/src/emu); both read their
-// settings from the environment once.
+// Made by the emulated-device half (runtime/src/emu); both read their settings from the environment
+// once.
 std::unique_ptr<device_backend> make_emulated_gpu();
 // Kernel execution for the host CPU device, given that device's limits.
 std::unique_ptr<device_backend> make_host_cpu_executor(device_limits limits);
 
-// Implemented by the handler: reserves bytes of the group's local memory for
-// a local_accessor and returns their offset in the group's arena.
+// Implemented by the handler: reserves bytes of the group's local memory for a local_accessor and
+// returns their offset in the group's arena.
 std::size_t reserve_local_memory(sycl::handler& cgh, std::size_t bytes, std::size_t alignment);
 
-// Implemented by the executor: base of the local memory arena of the group
-// that the calling thread is running; null outside a kernel.
+// Implemented by the executor: base of the local memory arena of the group that the calling thread
+// is running; null outside a kernel.
 char* current_local_arena() noexcept;
 
 }  // namespace sycl::detail
