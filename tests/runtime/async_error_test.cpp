@@ -13,7 +13,7 @@
 namespace tessel::test {
 namespace {
 
-// Collects what a handler is given, as text, sorted.
+// What a handler is given, as sorted text, and how often it was called.
 struct collected {
   std::vector<std::string> messages;
   int calls = 0;
@@ -40,25 +40,20 @@ sycl::event fail_in_host_task(sycl::queue& q, const char* what) {
 
 class AsyncErrorOnDevice : public on_each_device {};
 
-TEST_P(AsyncErrorOnDevice, HostTaskErrorWaitsForWaitAndThrow) {
+TEST_P(AsyncErrorOnDevice, ErrorsWaitForTheHandlerAndDependentsStillRun) {
   collected seen;
   sycl::queue q(GetParam(), seen.handler());
   sycl::event failed = fail_in_host_task(q, "host task failed");
   EXPECT_NO_THROW(failed.wait());
-  EXPECT_NO_THROW(sycl::event::wait({failed}));
   q.wait();
   EXPECT_EQ(seen.calls, 0);
   sycl::event::wait_and_throw({failed});
-  EXPECT_EQ(seen.calls, 1);
   EXPECT_EQ(seen.messages, std::vector<std::string>{"host task failed"});
   q.wait_and_throw();  // consumed: not handed over twice
   EXPECT_EQ(seen.calls, 1);
-}
 
-TEST_P(AsyncErrorOnDevice, KernelErrorsGoToThrowAsynchronousAndDependentsStillRun) {
-  collected seen;
-  sycl::queue q(GetParam(), seen.handler());
-  sycl::event failed = q.parallel_for(sycl::range<1>(4), [](sycl::id<1> i) {
+  seen.messages.clear();
+  sycl::event kernel = q.parallel_for(sycl::range<1>(4), [](sycl::id<1> i) {
     if (i[0] == 2) {
       throw std::runtime_error("kernel failed");
     }
@@ -66,32 +61,22 @@ TEST_P(AsyncErrorOnDevice, KernelErrorsGoToThrowAsynchronousAndDependentsStillRu
   q.single_task([] { throw sycl::exception(sycl::make_error_code(sycl::errc::kernel), "task"); });
   bool ran = false;
   q.submit([&](sycl::handler& cgh) {
-     cgh.depends_on(failed);
+     cgh.depends_on(kernel);
      cgh.host_task([&] { ran = true; });
    }).wait();
   q.wait();
   EXPECT_TRUE(ran);
   q.throw_asynchronous();
-  EXPECT_EQ(seen.calls, 1);
+  EXPECT_EQ(seen.calls, 2);
   EXPECT_EQ(seen.messages, (std::vector<std::string>{"kernel failed", "task"}));
 }
 
-TEST_P(AsyncErrorOnDevice, HandlersOfTheQueueOrItsContextOrTheQueueEnd) {
-  sycl::queue rethrowing(GetParam(), [](sycl::exception_list errors) {
-    for (const auto& e : errors) {
-      std::rethrow_exception(e);
-    }
-  });
-  fail_in_host_task(rethrowing, "rethrown");
-  EXPECT_THROW(rethrowing.wait_and_throw(), std::runtime_error);
-
-  collected by_context;
+TEST_P(AsyncErrorOnDevice, HandlerOfTheContextOrAtTheQueuesEnd) {
+  collected by_context, at_end;
   sycl::queue q(sycl::context(GetParam(), by_context.handler()), GetParam());
   fail_in_host_task(q, "to the context");
   q.wait_and_throw();
   EXPECT_EQ(by_context.messages, std::vector<std::string>{"to the context"});
-
-  collected at_end;
   {
     sycl::queue ending(GetParam(), at_end.handler());
     fail_in_host_task(ending, "left over");
@@ -106,13 +91,6 @@ INSTANTIATE_TEST_SUITE_P(Devices, AsyncErrorOnDevice, testing::ValuesIn(all_devi
 // Without any handler, SYCL's default one reports and terminates.
 TEST(AsyncErrorDeathTest, DefaultHandlerReportsAndTerminates) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
-  EXPECT_DEATH(
-      {
-        sycl::queue q(sycl::cpu_selector_v);
-        fail_in_host_task(q, "nobody handles this");
-        q.wait_and_throw();
-      },
-      "unhandled asynchronous error: nobody handles this");
   EXPECT_DEATH(
       {
         sycl::queue q(sycl::gpu_selector_v);

@@ -50,31 +50,24 @@ TEST(UnknownKind, EveryDeviceQueryFails) {
 // TESSEL_EMU_GPU_COMPUTE_UNITS=2: the emulated GPU reports and enforces them, the CPU keeps
 // its own.
 TEST(EmulatedGpuSettings, LimitsComeFromTheEnvironment) {
-  sycl::queue q(sycl::gpu_selector_v);
-  EXPECT_EQ(q.get_device().get_info<sycl::info::device::max_work_group_size>(), 3u);
-  EXPECT_EQ(q.get_device().get_info<sycl::info::device::local_mem_size>(), 96u);
-  EXPECT_EQ(q.get_device().get_info<sycl::info::device::max_compute_units>(), 2u);
+  const sycl::device gpu(sycl::gpu_selector_v);
+  EXPECT_EQ(gpu.get_info<sycl::info::device::max_work_group_size>(), 3u);
+  EXPECT_EQ(gpu.get_info<sycl::info::device::local_mem_size>(), 96u);
+  EXPECT_EQ(gpu.get_info<sycl::info::device::max_compute_units>(), 2u);
   EXPECT_GT(sycl::device(sycl::cpu_selector_v).get_info<sycl::info::device::max_work_group_size>(),
             3u);
+  sycl::queue q(gpu);
   EXPECT_EQ(expect_sycl_error([&] {
               q.parallel_for(sycl::nd_range<1>(8, 4), [](sycl::nd_item<1>) {});
             }).code(),
             sycl::errc::nd_range);
-  int* counts = sycl::malloc_shared<int>(3, q);
-  const auto launch_with = [&](std::size_t doubles) {
-    q.submit([&](sycl::handler& cgh) {
-       sycl::local_accessor<double, 1> scratch(sycl::range<1>(doubles), cgh);
-       cgh.parallel_for(sycl::nd_range<1>(9, 3), [=](sycl::nd_item<1> it) {
-         scratch[it.get_local_id(0)] = 1.0;
-         counts[it.get_group(0)] = static_cast<int>(sycl::reduce_over_group(
-             it.get_group(), scratch[it.get_local_id(0)], sycl::plus<double>()));
-       });
-     }).wait();
-  };
-  launch_with(12);  // all 96 bytes
-  EXPECT_EQ(counts[0] + counts[1] + counts[2], 9);
-  EXPECT_EQ(expect_sycl_error([&] { launch_with(13); }).code(), sycl::errc::nd_range);
-  sycl::free(counts, q);
+  EXPECT_EQ(expect_sycl_error([&] {
+              q.submit([&](sycl::handler& cgh) {
+                sycl::local_accessor<double, 1> too_big(sycl::range<1>(13), cgh);
+                cgh.parallel_for(sycl::nd_range<1>(3, 3), [=](sycl::nd_item<1>) { (void)too_big; });
+              });
+            }).code(),
+            sycl::errc::nd_range);
 }
 
 }  // namespace

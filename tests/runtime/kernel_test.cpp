@@ -1,9 +1,7 @@
-// Kernels through the queue and the handler: range launches, single tasks, the launches a
-// device refuses at submission, and the accessor tags in a kernel's bytes.
+// Kernels through the queue and the handler: range launches and the launches a device refuses
+// at submission.
 #include <gtest/gtest.h>
 
-#include <cstdint>
-#include <cstring>
 #include <functional>
 #include <sycl/sycl.hpp>
 #include <utility>
@@ -71,25 +69,6 @@ TEST_P(KernelOnDevice, RefusedLaunchesThrowAtSubmission) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Devices, KernelOnDevice, testing::ValuesIn(all_devices()), device_label);
-
-// What a GPU backend would read: one requirement per accessor, marked by its tag in the
-// kernel object's bytes.
-TEST(KernelObjects, AccessorTagsMarkAccessorsInTheKernelBytes) {
-  sycl::buffer<int> b(sycl::range<1>(4));
-  sycl::queue q(sycl::cpu_selector_v);
-  q.submit([&](sycl::handler& cgh) {
-    sycl::accessor a(b, cgh);
-    const auto kernel = [=](sycl::id<1> i) { a[i] = 1; };
-    std::uint64_t words[sizeof(kernel) / sizeof(std::uint64_t)];
-    std::memcpy(words, &kernel, sizeof(words));
-    int marked = 0;
-    for (std::uint64_t w : words) {
-      marked += (w & 0xffffffff00000000ull) == sycl::detail::accessor_tag_marker ? 1 : 0;
-    }
-    EXPECT_EQ(marked, 1);
-    cgh.parallel_for(sycl::range<1>(4), kernel);
-  });
-}
 
 }  // namespace
 }  // namespace tessel::test

@@ -5,7 +5,6 @@
 #include <atomic>
 #include <chrono>
 #include <mutex>
-#include <stdexcept>
 #include <sycl/sycl.hpp>
 #include <thread>
 #include <vector>
@@ -115,33 +114,6 @@ TEST_P(SchedulingOnDevice, InOrderQueueRunsCommandsOneAfterAnother) {
   EXPECT_EQ(order, (std::vector<int>{0, 10}));
   EXPECT_EQ(*shared, 0);
   sycl::free(shared, q);
-}
-
-TEST_P(SchedulingOnDevice, HostTaskMayTakeAnInteropHandleOfThisBackendOnly) {
-  sycl::queue q(GetParam());
-  bool ran = false;
-  q.submit([&](sycl::handler& cgh) {
-     cgh.host_task([&](sycl::interop_handle ih) {
-       ran = true;
-       EXPECT_EQ(ih.get_backend(), sycl::backend::ext_tessel_host);
-       EXPECT_THROW((void)ih.get_native_queue<sycl::backend::opencl>(), sycl::exception);
-     });
-   }).wait();
-  EXPECT_TRUE(ran);
-}
-
-TEST_P(SchedulingOnDevice, ACommandGroupHoldsOneAction) {
-  sycl::queue q(GetParam());
-  EXPECT_EQ(expect_sycl_error([&] {
-              q.submit([&](sycl::handler& cgh) {
-                cgh.host_task([] {});
-                cgh.single_task([] {});
-              });
-            }).code(),
-            sycl::errc::invalid);
-  // What the command-group function throws comes out of submit.
-  EXPECT_THROW(q.submit([](sycl::handler&) { throw std::runtime_error("in the group"); }),
-               std::runtime_error);
 }
 
 INSTANTIATE_TEST_SUITE_P(Devices, SchedulingOnDevice, testing::ValuesIn(all_devices()),

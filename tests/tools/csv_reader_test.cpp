@@ -24,7 +24,7 @@ std::vector<double> cells(const csv_table& table) {
 }
 
 std::string parse_error(std::string_view text, csv_options options = {}) {
-  return data_error_text([&] { parse(text, options); });
+  return error_text([&] { parse(text, options); });
 }
 
 // Default options with one field set.
@@ -134,8 +134,9 @@ TEST(CsvWeightsColumn, ByNameOrNumberAndNoLongerADimension) {
       {"1,2\n", "2", "no column 2 (it has 2, counted from 0)"},
       {"1\n2\n", "0", "only that column, no dimension would be left"}};
   for (const auto& [text, column, message] : refused) {
-    EXPECT_EQ(usage_error_text([&] { parse(text, with<&csv_options::weights_column>(column)); }),
-              "--weights-column: t.csv has " + message);
+    EXPECT_EQ(
+        error_text<usage_error>([&] { parse(text, with<&csv_options::weights_column>(column)); }),
+        "--weights-column: t.csv has " + message);
   }
 }
 
@@ -202,7 +203,7 @@ read_outcome read_in_chunks(const std::string& text, std::size_t chunk_bytes) {
     options.weights_column = "w";
   }
   read_outcome outcome;
-  outcome.error = data_error_text([&] {
+  outcome.error = error_text([&] {
     const csv_table table = parse(text, options);
     outcome.values = cells(table);
     for (const double weight :

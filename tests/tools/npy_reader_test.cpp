@@ -23,7 +23,7 @@ npy_array read(const std::string& bytes, npy_options options = {}) {
 }
 
 std::string read_error(const std::string& bytes) {
-  return data_error_text([&] { read(bytes); });
+  return error_text([&] { read(bytes); });
 }
 
 std::string dictionary(const std::string& descr, bool fortran, const std::string& shape) {
@@ -63,7 +63,7 @@ TEST(Npy, WeightsColumnInEitherOrder) {
   }
   npy_options options;
   options.weights_column = "w";
-  EXPECT_EQ(usage_error_text([&] {
+  EXPECT_EQ(error_text<usage_error>([&] {
               read(npy_file(dictionary("<f8", false, "(1, 2)"), raw_bytes<double>({1, 2}, false)),
                    options);
             }),
@@ -81,7 +81,7 @@ TEST(Npy, NaNIsAMissingValueOrRefusedWhereItStands) {
   EXPECT_EQ(array.missing_values, 1);
   EXPECT_EQ(array.missing_weights, 1);
   options.missing = missing_policy::error;
-  EXPECT_EQ(data_error_text([&] { read(file, options); }), "a.npy: missing value (NaN) at [1, 0]");
+  EXPECT_EQ(error_text([&] { read(file, options); }), "a.npy: missing value (NaN) at [1, 0]");
 }
 
 TEST(NpyErrors, SayWhyTheFileCannotBeRead) {
@@ -125,7 +125,7 @@ TEST(NpyErrors, SayWhyTheFileCannotBeRead) {
   }
   npy_options single;
   single.type = element_type::f32;
-  EXPECT_EQ(data_error_text([&] {
+  EXPECT_EQ(error_text([&] {
               read(plain("(1, 2)", raw_bytes<double>({1, 1e300}, false)), single);
             }),
             "a.npy: value 1e+300 at [0, 1] is out of range for float");

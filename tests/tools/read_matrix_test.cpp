@@ -89,25 +89,5 @@ TEST(ReadMatrix, NamesOneDimensionalArraysAndKinds) {
   }
 }
 
-TEST(ReadMatrix, FilesThatCannotBeRead) {
-  const scratch_dir dir;
-  const std::string csv_named_npy = dir.write("data.npy", "1,2\n");
-  const std::string empty = dir.write("empty.csv", "");
-  const std::string square = dir.write("s.csv", "1,2\n3,4\n");
-  const std::vector<std::pair<std::string, std::string>> cases = {
-      {dir.path("missing.csv"), ": cannot open: No such file or directory"},
-      {dir.path(""), ": is a directory"},
-      {"/dev/null", ": not a regular file (tessel maps files, it cannot read a pipe or a device)"},
-      {empty, ":1:1: empty file"},
-      {csv_named_npy, ": not a .npy file (it does not start with \\x93NUMPY)"}};
-  for (const auto& [path, message] : cases) {
-    EXPECT_EQ(data_error_text([&] { read_matrix(path, {}, heap()); }), path + message);
-  }
-  EXPECT_EQ(data_error_text([&] {
-              read_values(square, element_type::f64, "--mean", missing_policy::skip, heap());
-            }),
-            square + ": --mean needs one row or one column of values, the file has 2 rows of 2");
-}
-
 }  // namespace
 }  // namespace tessel::test

@@ -32,7 +32,7 @@ TEST(Selection, WrongItemsAreUsageErrors) {
       {"zz", "\"zz" + not_an_item},
       {"-1", "\"-1" + not_an_item}};
   for (const auto& [list, message] : cases) {
-    EXPECT_EQ(usage_error_text([&] { parse_selection(list, names); }), "--dims: " + message);
+    EXPECT_EQ(error_text<usage_error>([&] { parse_selection(list, names); }), "--dims: " + message);
   }
 }
 

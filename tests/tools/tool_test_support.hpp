@@ -82,7 +82,8 @@ std::vector<T> elements(const block& values, std::int64_t count) {
   return {view.begin(), view.end()};
 }
 
-template <class Error>
+// The message of the Error that action throws.
+template <class Error = data_error>
 std::string error_text(const std::function<void()>& action) {
   try {
     action();
@@ -90,13 +91,6 @@ std::string error_text(const std::function<void()>& action) {
     return e.what();
   }
   return "(no " + std::string(typeid(Error).name()) + " thrown)";
-}
-
-inline std::string data_error_text(const std::function<void()>& action) {
-  return error_text<data_error>(action);
-}
-inline std::string usage_error_text(const std::function<void()>& action) {
-  return error_text<usage_error>(action);
 }
 
 inline std::pmr::memory_resource& heap() {

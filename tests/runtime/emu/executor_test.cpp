@@ -102,7 +102,7 @@ TEST(Shuffle, PermutesGroupsAndItemsExactlyOnce) {
             std::make_pair(groups_in_order, items_in_order));
 }
 
-// Item 0 opens collective #1; item 1 calls something else.
+// Item 0 opens collective #1; the other items call something else.
 struct mismatch_case {
   const char* name;
   void (*item_zero)(const sycl::nd_item<1>&, double*);
@@ -110,13 +110,10 @@ struct mismatch_case {
   const char* opened;
   const char* called;
 };
+using item = const sycl::nd_item<1>&;
 
-template <sycl::memory_scope Scope>
-void barrier(const sycl::nd_item<1>& it, double*) {
-  sycl::group_barrier(it.get_group(), Scope);
-}
 template <typename T, typename Op, bool WithInit = false>
-void reduce(const sycl::nd_item<1>& it, double*) {
+void reduce(item it, double*) {
   if constexpr (WithInit) {
     sycl::reduce_over_group(it.get_group(), T(1), T(0), Op());
   } else {
@@ -124,74 +121,65 @@ void reduce(const sycl::nd_item<1>& it, double*) {
   }
 }
 template <std::size_t Count, std::size_t Offset>
-void copy_in(const sycl::nd_item<1>& it, double* global) {
+void copy_in(item it, double* global) {
   it.async_work_group_copy(sycl::local_ptr<double>(local_memory<double>()),
                            sycl::global_ptr<double>(global + Offset), Count)
       .wait();
 }
 template <bool FirstWaitsFirst>
-void two_copies(const sycl::nd_item<1>& it, double* global) {
+void two_copies(item it, double* global) {
   auto g = it.get_group();
   auto a = g.async_work_group_copy(sycl::local_ptr<double>(local_memory<double>()),
                                    sycl::global_ptr<double>(global), 2);
   auto b = g.async_work_group_copy(sycl::local_ptr<double>(local_memory<double>(16)),
                                    sycl::global_ptr<double>(global + 2), 2);
-  if (FirstWaitsFirst) {
-    g.wait_for(a, b);
-  } else {
-    g.wait_for(b, a);
-  }
+  FirstWaitsFirst ? g.wait_for(a, b) : g.wait_for(b, a);
+}
+void barrier(item it, double*) {
+  sycl::group_barrier(it.get_group());
+}
+void device_barrier(item it, double*) {
+  sycl::group_barrier(it.get_group(), sycl::memory_scope::device);
 }
 
-class Mismatch : public testing::TestWithParam<mismatch_case> {};
+using plus_double = sycl::plus<double>;
+const char* const barrier_text = "group_barrier(memory_scope::work_group)";
+const char* const plus_text = "reduce_over_group(plus, double)";
+const mismatch_case mismatches[] = {
+    {"barrier_and_reduce", barrier, reduce<double, plus_double>, barrier_text, plus_text},
+    {"barrier_scopes", barrier, device_barrier, barrier_text,
+     "group_barrier(memory_scope::device)"},
+    {"reduce_operations", reduce<double, plus_double>, reduce<double, sycl::maximum<double>>,
+     plus_text, "reduce_over_group(maximum, double)"},
+    {"reduce_types", reduce<double, plus_double>, reduce<float, sycl::plus<float>>, plus_text,
+     "reduce_over_group(plus, float)"},
+    {"reduce_init", reduce<double, plus_double>, reduce<double, plus_double, true>, plus_text,
+     "reduce_over_group(plus, double, with init)"},
+    {"copy_counts", copy_in<4, 0>, copy_in<3, 0>, "async_work_group_copy(4 elements",
+     "async_work_group_copy(3 elements"},
+    {"copy_sources", copy_in<4, 0>, copy_in<4, 1>, "async_work_group_copy(4",
+     "async_work_group_copy(4"},
+    {"waits", two_copies<true>, two_copies<false>, "device_event::wait(for collective #1)",
+     "device_event::wait(for collective #2)"}};
 
-TEST_P(Mismatch, ThrowsNamingBothCollectivesAndItems) {
-  const mismatch_case& c = GetParam();
+TEST(Mismatch, ThrowsNamingBothCollectivesAndItems) {
   auto gpu = make_gpu(0, 4);
   std::vector<double> global(16, 1.0);
   double* data = global.data();
-  const sycl::exception e = expect_sycl_error([&] {
-    run_nd(
-        *gpu, 8, 4,
-        [=](const sycl::nd_item<1>& it) {
-          (it.get_local_id(0) == 0 ? c.item_zero : c.others)(it, data);
-        },
-        64);
-  });
-  EXPECT_EQ(code_of(e), sycl::errc::kernel);
-  const std::string what = e.what();
-  EXPECT_NE(what.find(std::string("work-item 1 called ") + c.called), std::string::npos) << what;
-  EXPECT_NE(what.find(std::string("where work-item 0 called ") + c.opened), std::string::npos)
-      << what;
+  for (const mismatch_case& c : mismatches) {
+    SCOPED_TRACE(c.name);
+    const sycl::exception e = expect_sycl_error([&] {
+      run_nd(
+          *gpu, 8, 4,
+          [=](item it) { (it.get_local_id(0) == 0 ? c.item_zero : c.others)(it, data); }, 64);
+    });
+    EXPECT_EQ(code_of(e), sycl::errc::kernel);
+    const std::string what = e.what();
+    EXPECT_NE(what.find(std::string("work-item 1 called ") + c.called), std::string::npos) << what;
+    EXPECT_NE(what.find(std::string("where work-item 0 called ") + c.opened), std::string::npos)
+        << what;
+  }
 }
-
-using sycl::memory_scope;
-using plus_double = sycl::plus<double>;
-INSTANTIATE_TEST_SUITE_P(
-    Collectives, Mismatch,
-    testing::Values(
-        mismatch_case{"barrier_and_reduce", barrier<memory_scope::work_group>,
-                      reduce<double, plus_double>, "group_barrier(memory_scope::work_group)",
-                      "reduce_over_group(plus, double)"},
-        mismatch_case{"barrier_scopes", barrier<memory_scope::work_group>,
-                      barrier<memory_scope::device>, "group_barrier(memory_scope::work_group)",
-                      "group_barrier(memory_scope::device)"},
-        mismatch_case{"reduce_operations", reduce<double, plus_double>,
-                      reduce<double, sycl::maximum<double>>, "reduce_over_group(plus, double)",
-                      "reduce_over_group(maximum, double)"},
-        mismatch_case{"reduce_types", reduce<double, plus_double>, reduce<float, sycl::plus<float>>,
-                      "reduce_over_group(plus, double)", "reduce_over_group(plus, float)"},
-        mismatch_case{"reduce_init", reduce<double, plus_double>, reduce<double, plus_double, true>,
-                      "reduce_over_group(plus, double)",
-                      "reduce_over_group(plus, double, with init)"},
-        mismatch_case{"copy_counts", copy_in<4, 0>, copy_in<3, 0>,
-                      "async_work_group_copy(4 elements", "async_work_group_copy(3 elements"},
-        mismatch_case{"copy_sources", copy_in<4, 0>, copy_in<4, 1>, "async_work_group_copy(4",
-                      "async_work_group_copy(4"},
-        mismatch_case{"waits", two_copies<true>, two_copies<false>,
-                      "device_event::wait(for collective #1)",
-                      "device_event::wait(for collective #2)"}),
-    [](const testing::TestParamInfo<mismatch_case>& p) { return p.param.name; });
 
 // Items that leave a group's collectives unbalanced: an error that names the item, never a
 // hang, whatever the order the items run in.
@@ -253,62 +241,12 @@ TEST(ItemErrors, ReachTheCallerAfterTheOtherItemsUnwind) {
                  std::runtime_error);
     EXPECT_EQ(live_objects.load(), 0);
   }
-  EXPECT_THROW(run_range(*gpu, 100,
-                         [](std::size_t i) {
-                           if (i == 77) {
-                             throw std::out_of_range("77");
-                           }
-                         }),
-               std::out_of_range);
   // The device runs correct kernels after failed ones.
   std::vector<int> out(64);
   run_nd(*gpu, 64, 8, [&](const sycl::nd_item<1>& it) {
     out[it.get_global_id(0)] = sycl::reduce_over_group(it.get_group(), 1, sycl::plus<int>());
   });
   EXPECT_EQ(std::count(out.begin(), out.end(), 8), 64);
-}
-
-TEST(Geometry, BadShapesAreNdRangeErrorsOnBothExecutors) {
-  sycl::detail::device_limits limits;
-  limits.name = "test CPU";
-  limits.is_cpu = true;
-  limits.max_work_group_size = 8;
-  limits.local_mem_size = 1024;
-  limits.max_compute_units = 2;
-  auto nothing = [](const sycl::nd_item<1>&) {};
-  std::unique_ptr<device_backend> devices[] = {make_gpu(0, 8),
-                                               sycl::detail::make_host_cpu_executor(limits)};
-  for (const auto& device : devices) {
-    for (const auto& [global, local, bytes] :
-         std::vector<std::tuple<std::size_t, std::size_t, std::size_t>>{
-             {8, 0, 0}, {10, 4, 0}, {16, 16, 0}, {8, 8, 1025}}) {
-      EXPECT_EQ(code_of(expect_sycl_error([&] { run_nd(*device, global, local, nothing, bytes); })),
-                sycl::errc::nd_range);
-    }
-    std::vector<int> out(8);
-    run_nd(*device, 0, 8, [&](const sycl::nd_item<1>&) { out[0] = -1; });
-    run_nd(
-        *device, 8, 4,
-        [&](const sycl::nd_item<1>& it) {
-          out[it.get_global_id(0)] = sycl::reduce_over_group(
-              it.get_group(), static_cast<int>(it.get_global_id(0)), sycl::plus<>());
-        },
-        1024);
-    EXPECT_EQ(out, (std::vector<int>{6, 6, 6, 6, 22, 22, 22, 22}));
-  }
-}
-
-TEST(RangeLaunch, RunsEveryIndexOnceInAnyOrder) {
-  for (std::uint64_t seed : {0, 5}) {
-    auto gpu = make_gpu(seed);
-    for (std::size_t size : {1, 7, 1000}) {
-      std::vector<std::atomic<int>> seen(size);
-      run_range(*gpu, size, [&](std::size_t i) { seen[i].fetch_add(1); });
-      for (std::size_t i = 0; i < size; ++i) {
-        EXPECT_EQ(seen[i].load(), 1) << i;
-      }
-    }
-  }
 }
 
 // The frame addresses of a launch's items: one per fiber that ran them.
@@ -329,12 +267,6 @@ TEST(Fibers, ItemsShareOneUntilACollectiveBlocksAndLaterGroupsReuseThem) {
   const auto blocking = fibers_used(*gpu, true);
   EXPECT_EQ(blocking.size(), 8u);
   EXPECT_EQ(fibers_used(*gpu, true), blocking);
-}
-
-TEST(LocalMemory, NoArenaOutsideKernels) {
-  EXPECT_EQ(sycl::detail::current_local_arena(), nullptr);
-  std::thread other([] { EXPECT_EQ(sycl::detail::current_local_arena(), nullptr); });
-  other.join();
 }
 
 TEST(LocalMemory, OneBlockPastTheLargestRequestIsTheGroupsOwn) {
@@ -382,33 +314,6 @@ TEST(LocalMemory, CheckingModeFailsALaunchThatTouchesPastItsRequest) {
             std::string::npos)
       << e.what();
 #endif
-}
-
-TEST(Settings, EmulatedGpuReadsTheEnvironmentWhenMade) {
-  scoped_env wg("TESSEL_EMU_GPU_WORK_GROUP_SIZE", "5");
-  scoped_env lm("TESSEL_EMU_GPU_LOCAL_MEM_SIZE", "96");
-  scoped_env cu("TESSEL_EMU_GPU_COMPUTE_UNITS", "3");
-  auto gpu = sycl::detail::make_emulated_gpu();
-  const auto& limits = gpu->limits();
-  EXPECT_EQ(limits.name, "Tessel emulated GPU");
-  EXPECT_TRUE(limits.is_gpu);
-  EXPECT_FALSE(limits.is_cpu);
-  EXPECT_TRUE(limits.fp64);
-  EXPECT_EQ(limits.max_work_group_size, 5u);
-  EXPECT_EQ(limits.local_mem_size, 96u);
-  EXPECT_EQ(limits.max_compute_units, 3u);
-  EXPECT_GT(limits.global_mem_size, 0u);
-}
-
-TEST(Settings, DefaultsWhenUnset) {
-  scoped_env wg("TESSEL_EMU_GPU_WORK_GROUP_SIZE", "");
-  scoped_env lm("TESSEL_EMU_GPU_LOCAL_MEM_SIZE", "");
-  scoped_env cu("TESSEL_EMU_GPU_COMPUTE_UNITS", "");
-  auto gpu = sycl::detail::make_emulated_gpu();
-  const auto& limits = gpu->limits();
-  EXPECT_EQ(limits.max_work_group_size, 256u);
-  EXPECT_EQ(limits.local_mem_size, 65536u);
-  EXPECT_EQ(limits.max_compute_units, std::max(1U, std::thread::hardware_concurrency()));
 }
 
 TEST(Settings, BadValuesAreInvalidErrorsNamingTheVariable) {

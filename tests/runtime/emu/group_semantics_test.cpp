@@ -1,5 +1,5 @@
-// Group semantics through the queue, on every device that runs nd_range kernels: item
-// queries, barriers, reductions, group copies, local memory and math built-ins.
+// Group semantics through the queue, on every device that runs nd_range kernels: barriers,
+// reductions, group copies and local memory.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -41,33 +41,6 @@ struct shared_array {
   sycl::queue& q_;
   T* data;
 };
-
-TEST_P(on_each_device, ItemQueriesDescribeTheLaunch) {
-  sycl::queue q(GetParam());
-  for (std::size_t local : group_sizes(GetParam())) {
-    const std::size_t groups = 3, n = local * groups, k = 1000;
-    shared_array<std::size_t> out(q, n * 5);
-    std::size_t* o = out.data;
-    q.parallel_for(sycl::nd_range<1>(n, local), [=](sycl::nd_item<1> it) {
-       const std::size_t i = it.get_global_linear_id();
-       const sycl::group<1> g = it.get_group();
-       o[i * 5 + 0] = it.get_global_id(0) + k * it.get_global_range(0);
-       o[i * 5 + 1] = it.get_local_id(0) + k * it.get_local_linear_id() + k * k * g.get_local_id(0);
-       o[i * 5 + 2] = it.get_group(0) + k * it.get_group_linear_id() + k * k * g.get_group_id(0);
-       o[i * 5 + 3] = it.get_local_range(0) + k * it.get_group_range(0) +
-                      k * k * (g.get_local_range(0) + k * g.get_group_range(0));
-       o[i * 5 + 4] = g.leader() ? 1 : 0;
-     }).wait_and_throw();
-    for (std::size_t i = 0; i < n; ++i) {
-      const std::size_t l = i % local, g = i / local, ranges = local + k * groups;
-      EXPECT_EQ(out[i * 5 + 0], i + k * n);
-      EXPECT_EQ(out[i * 5 + 1], l * (1 + k + k * k));
-      EXPECT_EQ(out[i * 5 + 2], g * (1 + k + k * k));
-      EXPECT_EQ(out[i * 5 + 3], ranges + k * k * ranges);
-      EXPECT_EQ(out[i * 5 + 4], l == 0 ? 1u : 0u);
-    }
-  }
-}
 
 TEST_P(on_each_device, BarriersInsideLoopsOrderLocalMemory) {
   sycl::queue q(GetParam());
@@ -252,26 +225,6 @@ TEST_P(on_each_device, LocalMemoryIsTheGroupsOwnAndAligned) {
       EXPECT_EQ(before[i], ~std::uint64_t{0}) << "item " << i;
     }
   }
-}
-
-TEST_P(on_each_device, MathBuiltIns) {
-  sycl::queue q(GetParam());
-  shared_array<double> out(q, 8);
-  double* o = out.data;
-  constexpr float nan = std::numeric_limits<float>::quiet_NaN();
-  q.single_task([=] {
-     o[0] = sycl::mad(3.0, 0.5, 0.25);
-     o[1] = sycl::sqrt(2.25);
-     o[2] = sycl::fmin(1.0, -2.0);
-     o[3] = sycl::fmax(1.0, -2.0);
-     o[4] = static_cast<double>(sycl::mad(3.0f, 0.5f, 0.25f));
-     o[5] = static_cast<double>(sycl::sqrt(6.25f));
-     o[6] = static_cast<double>(sycl::fmin(nan, 4.0f));
-     sycl::atomic_fence(sycl::memory_order::seq_cst, sycl::memory_scope::device);
-     o[7] = static_cast<double>(sycl::fmax(1.0f, nan));
-   }).wait_and_throw();
-  EXPECT_EQ(std::vector<double>(o, o + 8),
-            (std::vector<double>{1.75, 1.5, -2.0, 1.0, 1.75, 2.5, 4.0, 1.0}));
 }
 
 INSTANTIATE_TEST_SUITE_P(Devices, on_each_device, testing::ValuesIn(all_devices()), device_label);

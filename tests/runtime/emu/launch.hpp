@@ -26,18 +26,6 @@ void run_nd(sycl::detail::device_backend& device, std::size_t global, std::size_
   device.run(launch);
 }
 
-template <typename Kernel>
-void run_range(sycl::detail::device_backend& device, std::size_t size, const Kernel& kernel) {
-  sycl::detail::range_launch launch;
-  launch.size = size;
-  launch.kernel = &kernel;
-  launch.kernel_size = sizeof(Kernel);
-  launch.invoke = [](const void* k, std::size_t index, std::size_t) {
-    (*static_cast<const Kernel*>(k))(index);
-  };
-  device.run(launch);
-}
-
 // Sets an environment variable for one scope. Only tests that make their
 // devices with make_emulated_gpu() read it again.
 class scoped_env {
