@@ -11,7 +11,6 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
-#include <utility>
 #include <vector>
 
 #include "cpu/host_command.hpp"
@@ -32,7 +31,6 @@ namespace tessel::test {
 namespace {
 
 constexpr entry_form both_forms[] = {entry_form::usm, entry_form::buffer};
-constexpr output_mask no_outputs = {false, false, false, false};
 
 template <typename Exception, typename Call>
 ::testing::AssertionResult throws_with(Call&& call, const std::string& text) {
@@ -49,40 +47,116 @@ template <typename Exception, typename Call>
   return ::testing::AssertionFailure() << "nothing thrown";
 }
 
-std::string absent_text(statistic s, entry_form form) {
-  const bool usm = form == entry_form::usm;
-  switch (s) {
-    case statistic::raw_sum:
-    case statistic::central_sum:
-      return usm ? "all sums are nullptr" : "all sums arrays length is 0";
-    case statistic::raw_moment:
-    case statistic::central_moment:
-      return usm ? "all moments are nullptr" : "all moments arrays length is 0";
-    case statistic::min_max:
-      return usm ? "min is nullptr" : "min array length is 0";
-    default:
-      return name_of(s) + (usm ? " is nullptr" : " array length is 0");
-  }
-}
+enum class mean_form { none, given, without_mean };
 
-std::string invalid(statistic s, const std::string& message) {
-  return "vorlex::orv::stats::" + name_of(s) + ": invalid argument: " + message;
-}
+// One refusal of the argument checks: the call, and the text of either form.
+struct refusal {
+  statistic s;
+  output_mask given;
+  mean_form mean;
+  const char* usm;
+  const char* buffer;
+};
 
-problem<float> small_problem(bool user_mean) {
+constexpr output_mask no_output = {false, false, false, false};
+constexpr output_mask first = {true, false, false, false};
+constexpr output_mask second = {false, true, false, false};
+constexpr const char* sums[] = {"all sums are nullptr", "all sums arrays length is 0"};
+constexpr const char* moments[] = {"all moments are nullptr", "all moments arrays length is 0"};
+constexpr const char* mean_absent[] = {"mean is nullptr", "mean array length is 0"};
+
+// Outputs are checked before the caller's mean, each output of min_max in order.
+const refusal refusals[] = {
+    {statistic::raw_sum, no_output, mean_form::none, sums[0], sums[1]},
+    {statistic::raw_moment, no_output, mean_form::none, moments[0], moments[1]},
+    {statistic::mean, no_output, mean_form::none, mean_absent[0], mean_absent[1]},
+    {statistic::min, no_output, mean_form::none, "min is nullptr", "min array length is 0"},
+    {statistic::max, no_output, mean_form::none, "max is nullptr", "max array length is 0"},
+    {statistic::min_max, no_output, mean_form::none, "min is nullptr", "min array length is 0"},
+    {statistic::min_max, second, mean_form::none, "min is nullptr", "min array length is 0"},
+    {statistic::min_max, first, mean_form::none, "max is nullptr", "max array length is 0"},
+    {statistic::central_sum, no_output, mean_form::none, sums[0], sums[1]},
+    {statistic::central_sum, no_output, mean_form::given, sums[0], sums[1]},
+    {statistic::central_sum, no_output, mean_form::without_mean, sums[0], sums[1]},
+    {statistic::central_sum, first, mean_form::without_mean, mean_absent[0], mean_absent[1]},
+    {statistic::central_moment, no_output, mean_form::none, moments[0], moments[1]},
+    {statistic::central_moment, no_output, mean_form::given, moments[0], moments[1]},
+    {statistic::central_moment, no_output, mean_form::without_mean, moments[0], moments[1]},
+    {statistic::central_moment, second, mean_form::without_mean, mean_absent[0], mean_absent[1]},
+    {statistic::variation, no_output, mean_form::none, "variation is nullptr",
+     "variation array length is 0"},
+    {statistic::variation, no_output, mean_form::given, "variation is nullptr",
+     "variation array length is 0"},
+    {statistic::variation, first, mean_form::without_mean, mean_absent[0], mean_absent[1]},
+    {statistic::skewness, no_output, mean_form::none, "skewness is nullptr",
+     "skewness array length is 0"},
+    {statistic::skewness, no_output, mean_form::without_mean, "skewness is nullptr",
+     "skewness array length is 0"},
+    {statistic::skewness, first, mean_form::without_mean, mean_absent[0], mean_absent[1]},
+    {statistic::kurtosis, no_output, mean_form::none, "kurtosis is nullptr",
+     "kurtosis array length is 0"},
+    {statistic::kurtosis, no_output, mean_form::given, "kurtosis is nullptr",
+     "kurtosis array length is 0"},
+    {statistic::kurtosis, first, mean_form::without_mean, mean_absent[0], mean_absent[1]},
+};
+
+problem<float> small_problem(mean_form mean) {
   problem<float> p = problem_of<float>(st::layout::row_major, {{1, 2, 3, 4}, {5, 6, 7, 9}});
-  if (user_mean) {
+  if (mean == mean_form::given) {
     p.user_mean = {2, 6};
   }
+  p.mean_form_without_mean = mean == mean_form::without_mean;
   return p;
 }
 
-template <st::method M = st::method::fast>
+template <st::method M>
 auto call_on(sycl::queue& q, statistic s, entry_form form, const problem<float>& p,
-             output_mask given = all_outputs) {
+             output_mask given) {
   return [&q, s, form, &p, given] {
     run_statistic<M, float, st::layout::row_major>(q, s, form, p, given);
   };
+}
+
+std::string prefix(statistic s) {
+  return "vorlex::orv::stats::" + name_of(s) + ": ";
+}
+
+// The checks come before the device is asked, so both methods give the same refusal on every
+// device.
+TEST(Checks, RefusalsAndTheirTexts) {
+  for (const refusal& r : refusals) {
+    for (const entry_form form : both_forms) {
+      SCOPED_TRACE(name_of(r.s) + " " + name_of(form) + " mean form " +
+                   std::to_string(static_cast<int>(r.mean)));
+      const problem<float> p = small_problem(r.mean);
+      const std::string text =
+          prefix(r.s) + "invalid argument: " + (form == entry_form::usm ? r.usm : r.buffer);
+      EXPECT_TRUE(throws_with<vorlex::orv::invalid_argument>(
+          call_on<st::method::fast>(test_queue(), r.s, form, p, r.given), text));
+      if (has_method2(r.s) && r.mean == mean_form::none) {
+        EXPECT_TRUE(throws_with<vorlex::orv::invalid_argument>(
+            call_on<st::method::estimator>(test_queue(), r.s, form, p, r.given), text));
+      }
+    }
+  }
+}
+
+// Method 2 of the central families is the estimator's alone: a CPU queue hands it to the
+// estimator module, a GPU queue refuses it after the checks.
+TEST(Devices, CentralMethodTwoRunsOnlyOnACpu) {
+  for (const statistic s : {statistic::central_sum, statistic::central_moment}) {
+    for (const entry_form form : both_forms) {
+      SCOPED_TRACE(name_of(s) + " " + name_of(form));
+      const problem<float> p = small_problem(mean_form::none);
+      auto method2 = call_on<st::method::estimator>(test_queue(), s, form, p, all_outputs);
+      if (testing_gpu()) {
+        EXPECT_TRUE(throws_with<vorlex::orv::unimplemented>(
+            method2, prefix(s) + "unimplemented functionality: for this method"));
+      } else {
+        EXPECT_NO_THROW(method2());
+      }
+    }
+  }
 }
 
 // A command that holds back what depends on it until released (ten seconds at most).
@@ -110,153 +184,6 @@ struct held_command {
 
 bool ends_with(const std::string& text, const std::string& end) {
   return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
-}
-
-TEST(Checks, NoOutputGiven) {
-  for (const statistic s : all_statistics) {
-    for (const entry_form form : both_forms) {
-      for (const bool user_mean : {false, true}) {
-        if (user_mean && !has_user_mean_form(s)) {
-          continue;
-        }
-        const problem<float> p = small_problem(user_mean);
-        SCOPED_TRACE(name_of(s) + " " + name_of(form));
-        EXPECT_TRUE(throws_with<vorlex::orv::invalid_argument>(
-            call_on(test_queue(), s, form, p, no_outputs), invalid(s, absent_text(s, form))));
-      }
-    }
-  }
-}
-
-TEST(Checks, MinMaxChecksEachOutputInOrder) {
-  for (const entry_form form : both_forms) {
-    const problem<float> p = small_problem(false);
-    const bool usm = form == entry_form::usm;
-    EXPECT_TRUE(throws_with<vorlex::orv::invalid_argument>(
-        call_on(test_queue(), statistic::min_max, form, p, {false, true, false, false}),
-        invalid(statistic::min_max, usm ? "min is nullptr" : "min array length is 0")));
-    EXPECT_TRUE(throws_with<vorlex::orv::invalid_argument>(
-        call_on(test_queue(), statistic::min_max, form, p, {true, false, false, false}),
-        invalid(statistic::min_max, usm ? "max is nullptr" : "max array length is 0")));
-  }
-}
-
-// The user mean forms check the mean after the outputs; the text names the statistic.
-TEST(Checks, UserMeanAbsent) {
-  for (const statistic s : all_statistics) {
-    if (!has_user_mean_form(s)) {
-      continue;
-    }
-    for (const auto& [form_value, output_given_value] :
-         {std::pair{entry_form::usm, true}, std::pair{entry_form::usm, false},
-          std::pair{entry_form::buffer, true}, std::pair{entry_form::buffer, false}}) {
-      const entry_form form = form_value;
-      const bool output_given = output_given_value;
-      SCOPED_TRACE(name_of(s) + " " + name_of(form) + (output_given ? "" : " without output"));
-      const bool usm = form == entry_form::usm;
-      const problem<float> p = small_problem(true);
-      // run_statistic passes a null pointer or an empty buffer for an absent mean only through
-      // the public forms directly, so call them here.
-      std::vector<float> out(2, -1.0F);
-      auto call = [&] {
-        if (usm) {
-          const st::dataset<st::layout::row_major, float*> data(
-              p.n_dims, p.n_obs, const_cast<float*>(p.values.data()));
-          float* const mean = nullptr;
-          float* const result = output_given ? out.data() : nullptr;
-          switch (s) {
-            case statistic::central_sum:
-              st::central_sum<st::method::fast, float, st::layout::row_major>(
-                  test_queue(), mean, data, result, nullptr, nullptr);
-              break;
-            case statistic::central_moment:
-              st::central_moment<st::method::fast, float, st::layout::row_major>(
-                  test_queue(), mean, data, result, nullptr, nullptr);
-              break;
-            case statistic::variation:
-              st::variation<st::method::fast, float, st::layout::row_major>(test_queue(), mean,
-                                                                            data, result);
-              break;
-            case statistic::skewness:
-              st::skewness<st::method::fast, float, st::layout::row_major>(test_queue(), mean, data,
-                                                                           result);
-              break;
-            default:
-              st::kurtosis<st::method::fast, float, st::layout::row_major>(test_queue(), mean, data,
-                                                                           result);
-          }
-          return;
-        }
-        std::vector<float> values = p.values;
-        const st::dataset<st::layout::row_major, sycl::buffer<float, 1>> data(
-            p.n_dims, p.n_obs, sycl::buffer<float, 1>(values.data(), sycl::range<1>(8)));
-        sycl::buffer<float, 1> mean{sycl::range<1>(0)};
-        sycl::buffer<float, 1> result = output_given
-                                            ? sycl::buffer<float, 1>(out.data(), sycl::range<1>(2))
-                                            : sycl::buffer<float, 1>(sycl::range<1>(0));
-        sycl::buffer<float, 1> none{sycl::range<1>(0)};
-        switch (s) {
-          case statistic::central_sum:
-            st::central_sum<st::method::fast, float, st::layout::row_major>(
-                test_queue(), mean, data, result, none, none);
-            break;
-          case statistic::central_moment:
-            st::central_moment<st::method::fast, float, st::layout::row_major>(
-                test_queue(), mean, data, result, none, none);
-            break;
-          case statistic::variation:
-            st::variation<st::method::fast, float, st::layout::row_major>(test_queue(), mean, data,
-                                                                          result);
-            break;
-          case statistic::skewness:
-            st::skewness<st::method::fast, float, st::layout::row_major>(test_queue(), mean, data,
-                                                                         result);
-            break;
-          default:
-            st::kurtosis<st::method::fast, float, st::layout::row_major>(test_queue(), mean, data,
-                                                                         result);
-        }
-      };
-      const std::string message = !output_given ? absent_text(s, form)
-                                  : usm         ? "mean is nullptr"
-                                                : "mean array length is 0";
-      EXPECT_TRUE(throws_with<vorlex::orv::invalid_argument>(call, invalid(s, message)));
-      EXPECT_EQ(out, std::vector<float>(2, -1.0F));
-    }
-  }
-}
-
-// Every entry that passes the checks runs, but method 2 of the central families, which is the
-// estimator's alone: a CPU queue hands it to the estimator module, a GPU queue refuses it after
-// the checks.
-TEST(Devices, CentralMethodTwoRunsOnlyOnACpu) {
-  for (const statistic s : all_statistics) {
-    for (const entry_form form : both_forms) {
-      for (const bool user_mean : {false, true}) {
-        if (user_mean && !has_user_mean_form(s)) {
-          continue;
-        }
-        SCOPED_TRACE(name_of(s) + " " + name_of(form) + (user_mean ? " user mean" : ""));
-        const problem<float> p = small_problem(user_mean);
-        EXPECT_NO_THROW(call_on(test_queue(), s, form, p)());
-        if (!has_method2(s) || user_mean) {
-          continue;
-        }
-        auto method2 = call_on<st::method::estimator>(test_queue(), s, form, p);
-        const bool central = s == statistic::central_sum || s == statistic::central_moment;
-        if (central && testing_gpu()) {
-          EXPECT_TRUE(throws_with<vorlex::orv::unimplemented>(
-              method2, "vorlex::orv::stats::" + name_of(s) +
-                           ": unimplemented functionality: for this method"));
-        } else {
-          EXPECT_NO_THROW(method2());
-        }
-        EXPECT_TRUE(throws_with<vorlex::orv::invalid_argument>(
-            call_on<st::method::estimator>(test_queue(), s, form, p, no_outputs),
-            invalid(s, absent_text(s, form))));
-      }
-    }
-  }
 }
 
 // A GPU queue refuses method 2 of the central families before it would wait for the event list.

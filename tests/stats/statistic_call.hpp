@@ -49,7 +49,8 @@ bool has_user_mean_form(statistic s);
 bool has_method2(statistic s);
 
 // One call's inputs. Values lie in the given layout; an empty weights, indices or user_mean
-// vector means absent (for user_mean: the plain form).
+// vector means absent (for user_mean: the plain form, unless mean_form_without_mean asks for the
+// user mean form with a null pointer or an empty buffer).
 template <typename T>
 struct problem {
   std::int64_t n_dims = 0;
@@ -58,6 +59,7 @@ struct problem {
   std::vector<T> weights;
   std::vector<std::int64_t> indices;
   std::vector<T> user_mean;
+  bool mean_form_without_mean = false;
 };
 
 // Which outputs are given to the call, in the order of the public signature.
@@ -189,7 +191,8 @@ outputs<T> run_statistic(sycl::queue& q, statistic s, entry_form form, const pro
     }
     const st::dataset<L, T*> data(p.n_dims, p.n_obs, x.pointer, w.pointer, idx.pointer);
     T* const mean_pointer = mean.pointer;
-    detail::invoke<M, T, L>(s, q, p.user_mean.empty() ? nullptr : &mean_pointer, data, pointers,
+    const bool mean_form = !p.user_mean.empty() || p.mean_form_without_mean;
+    detail::invoke<M, T, L>(s, q, mean_form ? &mean_pointer : nullptr, data, pointers,
                             std::vector<sycl::event>{});
     for (std::size_t k = 0; k < count; ++k) {
       if (out[k]) {
@@ -216,7 +219,8 @@ outputs<T> run_statistic(sycl::queue& q, statistic s, entry_form form, const pro
     const st::dataset<L, sycl::buffer<T, 1>> data(p.n_dims, p.n_obs, buffer_of(values),
                                                   buffer_of(weights), buffer_of(indices));
     const sycl::buffer<T, 1> mean = buffer_of(user_mean);
-    detail::invoke<M, T, L>(s, q, user_mean.empty() ? nullptr : &mean, data, out);
+    const bool mean_form = !user_mean.empty() || p.mean_form_without_mean;
+    detail::invoke<M, T, L>(s, q, mean_form ? &mean : nullptr, data, out);
   }  // the buffers write the outputs back here
   return result;
 }
