@@ -1,7 +1,6 @@
-// The rules that every kernel obeys, checked on the host through the USM form of the helpers:
-// the weight rule and the narrow selection of dataset_helper, which the results of the
-// statistics show only in part, and what each functor asks of the reduction, which they do not
-// show at all.
+// The rules that every kernel obeys, checked on the host through the USM form of the helpers: the
+// weight rule and the narrow selection of dataset_helper, which the results of the statistics show
+// only in part, and what each functor asks of the reduction, which they do not show at all.
 #include <gtest/gtest.h>
 
 #include <sycl/sycl.hpp>
@@ -49,8 +48,8 @@ TEST(DatasetRules, OnlyPositiveWeightsAreTakenAsStored) {
 }
 
 // 32-bit elements seen as 64-bit words: even elements are low halves, odd ones high halves. The
-// array has an odd length and lives alone on the heap, so a read of the whole last word would
-// run past it.
+// array has an odd length and lives alone on the heap, so a read of the whole last word would run
+// past it.
 TEST(DatasetRules, NarrowSelectionReadsHalvesOfWords) {
   const std::int32_t values[] = {0, -7, 3, 0, 0};
   auto selection = std::make_unique<std::int32_t[]>(5);
@@ -67,8 +66,8 @@ TEST(DatasetRules, NarrowSelectionReadsHalvesOfWords) {
   EXPECT_FALSE(is_selected(view, 3));
 }
 
-// What each functor asks of the reduction: the channels by the highest order, the sums kept by
-// what its results need.
+// What each functor asks of the reduction: the channels by the highest order, the sums kept by what
+// its results need.
 TEST(Functors, ChannelsAndKeptSums) {
   double* out = nullptr;
   const auto expect = [](const auto& functor, std::uint64_t channels, gpu::kept_sums kept) {
