@@ -30,8 +30,8 @@ struct plan_case {
 constexpr auto single = step_kind::single, first = step_kind::first, next = step_kind::next,
                last = step_kind::last;
 
-// Worked plans: the edges of one group, exact multiples, the first need of a next step, halves
-// that alternate, and no observations at all.
+// Worked plans: the edges of one group, exact multiples, the first need of a next step, halves that
+// alternate, and no observations at all.
 const plan_case plan_cases[] = {
     {"ten million by 1024",
      10000000,
@@ -95,8 +95,8 @@ TEST(ReductionPlan, GroupsOfOneItemCannotMerge) {
   EXPECT_THROW(make_plan(2, 0), std::invalid_argument);
 }
 
-// Every plan covers its input: each launch has enough items for the runs it reads, the last
-// group of each launch holds exactly the remainder, and the halves chain from step to step.
+// Every plan covers its input: each launch has enough items for the runs it reads, the last group
+// of each launch holds exactly the remainder, and the halves chain from step to step.
 class ReductionPlanSweep : public ::testing::TestWithParam<std::uint64_t> {};
 
 TEST_P(ReductionPlanSweep, LaunchesChainAndCover) {

@@ -1,6 +1,6 @@
-// The rules that every kernel obeys, checked on the host through the USM form of the helpers:
-// the element, selection and weight rules of dataset_helper, the slot numbering of
-// sum_tmp_helper, and what each functor asks of the reduction.
+// The rules that every kernel obeys, checked on the host through the USM form of the helpers: the
+// weight rule and the narrow selection of dataset_helper, which the results of the statistics show
+// only in part, and what each functor asks of the reduction, which they do not show at all.
 #include <gtest/gtest.h>
 
 #include <sycl/sycl.hpp>
@@ -15,7 +15,6 @@
 
 #include "gpu/moment_functors.hpp"
 #include "gpu/moment_functors_ex.hpp"
-#include "gpu/sum_tmp_helper.hpp"
 #include "stats/dataset_helper.hpp"
 
 namespace {
@@ -23,7 +22,6 @@ namespace {
 using vorlex::orv::stats::layout;
 using vorlex::orv::stats::detail::dataset_helper;
 using vorlex::orv::stats::detail::is_selected;
-using vorlex::orv::stats::detail::observation;
 using vorlex::orv::stats::detail::observation_weight;
 namespace gpu = vorlex::orv::stats::detail::gpu;
 
@@ -32,18 +30,6 @@ dataset_helper<double, L, true, WideIndices> host_view(std::uint64_t dims, std::
                                                        const double* x, const double* w,
                                                        const std::int64_t* idx) {
   return {dims, n, static_cast<std::uint64_t>(L), x, w, idx, w != nullptr, idx != nullptr};
-}
-
-TEST(DatasetRules, ElementByLayout) {
-  // Two dimensions of three observations.
-  const double values[] = {0, 1, 2, 3, 4, 5};
-  const auto row = host_view<layout::row_major>(2, 3, values, nullptr, nullptr);
-  const auto col = host_view<layout::col_major>(2, 3, values, nullptr, nullptr);
-  EXPECT_EQ(observation(row, 1, 2), 5.0);
-  EXPECT_EQ(observation(row, 0, 1), 1.0);
-  EXPECT_EQ(observation(col, 1, 2), 5.0);
-  EXPECT_EQ(observation(col, 0, 1), 2.0);
-  EXPECT_EQ(observation(col, 1, 0), 1.0);
 }
 
 TEST(DatasetRules, OnlyPositiveWeightsAreTakenAsStored) {
@@ -61,21 +47,9 @@ TEST(DatasetRules, OnlyPositiveWeightsAreTakenAsStored) {
   EXPECT_EQ(observation_weight(unflagged, 0), 1.0);
 }
 
-TEST(DatasetRules, WideSelection) {
-  const std::int64_t selection[] = {0, 5, -1, std::int64_t{1} << 40};
-  const auto view = host_view<layout::row_major>(4, 1, nullptr, nullptr, selection);
-  EXPECT_FALSE(is_selected(view, 0));
-  EXPECT_TRUE(is_selected(view, 1));
-  EXPECT_TRUE(is_selected(view, 2));
-  EXPECT_TRUE(is_selected(view, 3));
-  auto unflagged = view;
-  unflagged.has_indices = 0;
-  EXPECT_TRUE(is_selected(unflagged, 0));
-}
-
 // 32-bit elements seen as 64-bit words: even elements are low halves, odd ones high halves. The
-// array has an odd length and lives alone on the heap, so a read of the whole last word would
-// run past it.
+// array has an odd length and lives alone on the heap, so a read of the whole last word would run
+// past it.
 TEST(DatasetRules, NarrowSelectionReadsHalvesOfWords) {
   const std::int32_t values[] = {0, -7, 3, 0, 0};
   auto selection = std::make_unique<std::int32_t[]>(5);
@@ -92,33 +66,8 @@ TEST(DatasetRules, NarrowSelectionReadsHalvesOfWords) {
   EXPECT_FALSE(is_selected(view, 3));
 }
 
-// Slots are packed running sums over the kept flags: no hole for an absent order.
-TEST(SumTmpHelper, SlotsArePacked) {
-  sycl::buffer<double, 1> sums{sycl::range<1>(1)};
-  sycl::buffer<double, 1> sum_w{sycl::range<1>(1)};
-  sycl::buffer<double, 1> sum_w2{sycl::range<1>(1)};
-  const gpu::sum_tmp_helper<double, true, false> third_only(sums, sum_w, sum_w2, 0, 1, 0, 1, 10, 5);
-  EXPECT_EQ(third_only.slot_s3, 1U);
-  EXPECT_EQ(third_only.slot_w, 2U);
-  EXPECT_EQ(third_only.slot_w2, 3U);
-  const gpu::sum_tmp_helper<double, true, false> all(sums, sum_w, sum_w2, 1, 1, 1, 0, 10, 5);
-  EXPECT_EQ(all.slot_s2, 1U);
-  EXPECT_EQ(all.slot_s3, 2U);
-  EXPECT_EQ(all.slot_s4, 3U);
-  EXPECT_EQ(all.slot_w, 3U);  // no weights: the weight slots are never used
-  EXPECT_EQ(all.slot_stride, 10U);
-  EXPECT_EQ(all.obs_count, 5U);
-  // Around a mean S2 is slot 0; kurtosis keeps S4 alone, in slot 1.
-  const double mean[] = {0};
-  const gpu::sum_tmp_helper<double, true, true> fourth_only(sums, sum_w, sum_w2, mean, 0, 1, 1, 10,
-                                                            5);
-  EXPECT_EQ(fourth_only.slot_s4, 1U);
-  EXPECT_EQ(fourth_only.slot_w, 2U);
-  EXPECT_EQ(fourth_only.slot_w2, 3U);
-}
-
-// What each functor asks of the reduction: the channels by the highest order, the sums kept by
-// what its results need.
+// What each functor asks of the reduction: the channels by the highest order, the sums kept by what
+// its results need.
 TEST(Functors, ChannelsAndKeptSums) {
   double* out = nullptr;
   const auto expect = [](const auto& functor, std::uint64_t channels, gpu::kept_sums kept) {

@@ -1,5 +1,5 @@
-// The caches of native handles: one entry per key however many threads miss on it at once,
-// pointers that stay valid as the map grows, and the FNV-1a hash of the keys.
+// The caches of native handles: one entry per key however many threads miss on it at once, pointers
+// that stay valid as the map grows, and the FNV-1a hash of the keys.
 #include <gtest/gtest.h>
 
 #include <sycl/sycl.hpp>

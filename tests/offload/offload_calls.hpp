@@ -53,9 +53,9 @@ void*& slot(ss_task& task, field f);
 // What a field holds after a good call, from the reference; user_mean: method 256 ran.
 expectation expected_field(field f, const dimension_expectations& e, bool user_mean);
 
-// A task record over a problem, every result array given and poisoned (the mean holds the
-// problem's user mean, if any); arrays are USM shared. The counts and storage word are 64-bit
-// words, which an _lp64 entry reads by their low halves; the selection has the model's width.
+// A task record over a problem, every result array given and poisoned (the mean holds the problem's
+// user mean, if any); arrays are USM shared. The counts and storage word are 64-bit words, which an
+// _lp64 entry reads by their low halves; the selection has the model's width.
 template <typename T>
 class offload_task {
  public:

@@ -1,6 +1,6 @@
 // A test OpenCL library, built as libOpenCL.so.1: it exports every name of the offload road's
-// OpenCL table but the last, so that the table fails as a whole. The three entries that the
-// library calls directly refuse a null event as an ICD loader does; the others are never called.
+// OpenCL table but the last, so that the table fails as a whole. The three entries that the library
+// calls directly refuse a null event as an ICD loader does; the others are never called.
 #include "offload/opencl_entry_names.hpp"
 
 namespace {

@@ -1,8 +1,7 @@
-// The statuses of the offload entries, as one table of cases run through all eight exports:
-// what the entry checks of the task and of the interop object, in its order, what each road
-// gives, the gate of the roads, the refusals of each row, and how the rows' statuses chain.
-// Runs with the test OpenCL library, whose table fails, so that the OpenCL road goes on with a
-// default queue.
+// The statuses of the offload entries, as one table of cases run through all eight exports: what
+// the entry checks of the task and of the interop object, in its order, what each road gives, the
+// gate of the roads, the refusals of each row, and how the rows' statuses chain. Runs with the test
+// OpenCL library, whose table fails, so that the OpenCL road goes on with a default queue.
 #include <gtest/gtest.h>
 
 #include <sycl/sycl.hpp>
@@ -21,8 +20,8 @@ namespace {
 
 using enum field;
 
-// How the interop object leads to a queue: its foreign runtime number and the return code
-// with it, the backend kind (property 8), and the properties that can be read.
+// How the interop object leads to a queue: its foreign runtime number and the return code with it,
+// the backend kind (property 8), and the properties that can be read.
 struct road {
   std::int32_t number, code, kind;
   std::initializer_list<int> readable;
@@ -32,8 +31,8 @@ const road sycl_without_queue{4, 0, 0, {}};
 const road unusable{0, 0, 0, {5}};
 const road level_zero{6, 0, 0, {5, 6, 7, 9}};
 const road opencl{3, 0, 0, {5, 9}};
-// Without a foreign runtime number: the backend kind decides, or without it the failed call's
-// value stays (4 runs on a default queue).
+// Without a foreign runtime number: the backend kind decides, or without it the failed call's value
+// stays (4 runs on a default queue).
 const road kind_opencl{4, -1, 1, {5, 6, 7, 8, 9}};
 const road kind_level_zero{4, -1, 2, {5, 6, 7, 8, 9}};
 const road kind_other{4, -1, 3, {5, 6, 7, 8, 9}};

@@ -32,8 +32,8 @@ void add_on_host(sycl::queue& q, sycl::buffer<T>& b, T value) {
   });
 }
 
-// Write-back when the last copy goes, also when that copy is a task's, after the commands that
-// use the buffer; none for const data or when switched off; elsewhere when told.
+// Write-back when the last copy goes, also when that copy is a task's, after the commands that use
+// the buffer; none for const data or when switched off; elsewhere when told.
 TEST(Buffers, WriteBackWhenTheLastCopyGoesAfterItsCommands) {
   std::vector<int> host(8, 1);
   const std::vector<int> source(4, 2);
@@ -133,8 +133,8 @@ TEST_P(BufferOnDevice, PlaceholderIsBoundByRequire) {
   EXPECT_EQ(host[5], 15);
 }
 
-// Each command reads what the one before it wrote, through the accessors alone: a missing
-// edge shows as a wrong sum.
+// Each command reads what the one before it wrote, through the accessors alone: a missing edge
+// shows as a wrong sum.
 TEST_P(BufferOnDevice, ConflictingAccessesRunInSubmissionOrder) {
   sycl::queue q(GetParam());
   constexpr std::size_t n = 64;

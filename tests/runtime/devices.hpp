@@ -1,5 +1,5 @@
-// Runs a test body on every device of the runtime, one instance per device, and catches the
-// errors that tests expect.
+// Runs a test body on every device of the runtime, one instance per device, and catches the errors
+// that tests expect.
 #pragma once
 
 #include <gtest/gtest.h>

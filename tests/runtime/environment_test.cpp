@@ -1,5 +1,5 @@
-// Settings read from the environment once per process. ctest runs each suite in a process of
-// its own with the environment its name says.
+// Settings read from the environment once per process. ctest runs each suite in a process of its
+// own with the environment its name says.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -47,8 +47,8 @@ TEST(UnknownKind, EveryDeviceQueryFails) {
 }
 
 // TESSEL_EMU_GPU_WORK_GROUP_SIZE=3, TESSEL_EMU_GPU_LOCAL_MEM_SIZE=96,
-// TESSEL_EMU_GPU_COMPUTE_UNITS=2: the emulated GPU reports and enforces them, the CPU keeps
-// its own.
+// TESSEL_EMU_GPU_COMPUTE_UNITS=2: the emulated GPU reports and enforces them, the CPU keeps its
+// own.
 TEST(EmulatedGpuSettings, LimitsComeFromTheEnvironment) {
   const sycl::device gpu(sycl::gpu_selector_v);
   EXPECT_EQ(gpu.get_info<sycl::info::device::max_work_group_size>(), 3u);

@@ -1,5 +1,5 @@
-// Holds a host task until the test lets it go, and never hangs a test for long if the test
-// fails before it opens.
+// Holds a host task until the test lets it go, and never hangs a test for long if the test fails
+// before it opens.
 #pragma once
 
 #include <atomic>

@@ -1,5 +1,5 @@
-// Kernels through the queue and the handler: range launches and the launches a device refuses
-// at submission.
+// Kernels through the queue and the handler: range launches and the launches a device refuses at
+// submission.
 #include <gtest/gtest.h>
 
 #include <functional>

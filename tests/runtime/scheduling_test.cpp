@@ -1,5 +1,5 @@
-// Command ordering: explicit dependencies, in-order queues, host tasks that block until the
-// test releases them, and the events that report all this.
+// Command ordering: explicit dependencies, in-order queues, host tasks that block until the test
+// releases them, and the events that report all this.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -27,8 +27,8 @@ sycl::event blocked_task(sycl::queue& q, const gate& g) {
 
 class SchedulingOnDevice : public on_each_device {};
 
-// More blocked host tasks than worker threads: their dependents wait, and independent work of
-// every kind still runs.
+// More blocked host tasks than worker threads: their dependents wait, and independent work of every
+// kind still runs.
 TEST_P(SchedulingOnDevice, BlockedHostTasksHoldTheirDependentsOnly) {
   sycl::queue q(GetParam());
   gate g;

@@ -1,5 +1,5 @@
-// Unified shared memory: kinds, pointer queries, queue memory operations and the test hook
-// that makes malloc_shared fail.
+// Unified shared memory: kinds, pointer queries, queue memory operations and the test hook that
+// makes malloc_shared fail.
 #include <gtest/gtest.h>
 
 #include <cstdint>

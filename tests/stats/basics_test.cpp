@@ -1,5 +1,5 @@
-// Every statistic, element type, layout and form against the __float128 reference, on data
-// with and without weights and selections, and on plans of one to several launches.
+// Every statistic, element type, layout and form against the __float128 reference, on data with and
+// without weights and selections, and on plans of one to several launches.
 #include <gtest/gtest.h>
 
 #include <cmath>

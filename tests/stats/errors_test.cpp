@@ -1,6 +1,6 @@
-// Every refusal of the entries: the argument checks and their texts, which come before the
-// device is asked, the methods a device refuses; and the frame of a call against other commands:
-// what it waits for, its order, and where a failure goes.
+// Every refusal of the entries: the argument checks and their texts, which come before the device
+// is asked, the methods a device refuses; and the frame of a call against other commands: what it
+// waits for, its order, and where a failure goes.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -19,8 +19,8 @@
 
 #if TESSEL_SANITIZE_ADDRESS
 // A failing estimator call leaves its task undeleted, as the CPU frame has no clean-up on that
-// path; the handler test below provokes it on purpose. That a task is deleted on every other
-// path is the binding tests' to show.
+// path; the handler test below provokes it on purpose. That a task is deleted on every other path
+// is the binding tests' to show.
 extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions();
 extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions() {
   return "leak:tessel::estimator::new_task\n";
@@ -141,8 +141,8 @@ TEST(Checks, RefusalsAndTheirTexts) {
   }
 }
 
-// Method 2 of the central families is the estimator's alone: a CPU queue hands it to the
-// estimator module, a GPU queue refuses it after the checks.
+// Method 2 of the central families is the estimator's alone: a CPU queue hands it to the estimator
+// module, a GPU queue refuses it after the checks.
 TEST(Devices, CentralMethodTwoRunsOnlyOnACpu) {
   for (const statistic s : {statistic::central_sum, statistic::central_moment}) {
     for (const entry_form form : both_forms) {
@@ -239,8 +239,8 @@ TEST(Dependencies, FailedDependencyIsThrownByTheGpuCall) {
   sycl::free(values, q);
 }
 
-// Without an asynchronous handler the runtime's default one reports the dependency's error and
-// ends the process, from inside the call.
+// Without an asynchronous handler the runtime's default one reports the dependency's error and ends
+// the process, from inside the call.
 void mean_after_failed_dependency_without_handler() {
   sycl::queue q{test_queue().get_device()};
   std::vector<float> values = {1, 2, 3, 4};
@@ -285,9 +285,9 @@ TEST(HostTaskFrame, DependenciesHoldTheTaskAndOnlyAFrameWithScratchWaits) {
   EXPECT_EQ(mean[0], 4.0);
 }
 
-// A failure of the estimator does not leave the call: it goes to the queue's asynchronous
-// handler. A missing first output, which the GPU engine replaces by scratch, is one: the
-// estimator refuses to be given no place for it.
+// A failure of the estimator does not leave the call: it goes to the queue's asynchronous handler.
+// A missing first output, which the GPU engine replaces by scratch, is one: the estimator refuses
+// to be given no place for it.
 TEST(HostTaskFrame, EstimatorFailureReachesTheAsynchronousHandler) {
   const auto texts = std::make_shared<std::vector<std::string>>();
   sycl::queue q{test_queue().get_device(), [texts](const sycl::exception_list& errors) {
@@ -333,8 +333,8 @@ TEST(HostTaskFrame, EstimatorFailureReachesTheAsynchronousHandler) {
   EXPECT_EQ(sum2[0], testing_gpu() ? 30.0 : -1.0);
 }
 
-// A call on buffers comes after the commands submitted before it on those buffers and before
-// those submitted after it, on every road.
+// A call on buffers comes after the commands submitted before it on those buffers and before those
+// submitted after it, on every road.
 TEST(HostTaskFrame, OrderedByItsBuffersAgainstOtherCommands) {
   std::vector<double> values(6, 0.0);
   std::vector<double> mean(2, -1.0);

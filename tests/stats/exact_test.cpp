@@ -1,6 +1,6 @@
 // Cases whose results are exact or fixed: small integer data, where every sum is exact and the
-// results must match the reference bit for bit; the worked case 1, 2, 3, 4; one observation;
-// equal observations; and the extremes, floored on the GPU.
+// results must match the reference bit for bit; the worked case 1, 2, 3, 4; one observation; equal
+// observations; and the extremes, floored on the GPU.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -40,9 +40,9 @@ std::string sweep_name(const ::testing::TestParamInfo<sweep_param>& info) {
 
 class Exact : public ::testing::TestWithParam<sweep_param> {};
 
-// Pairs c + a, c - a with small integers: the mean c is an integer, so the raw sums, the mean,
-// the central sums and the extremes involve no rounding, and moments of order 3 and 4 only the
-// final division.
+// Pairs c + a, c - a with small integers: the mean c is an integer, so the raw sums, the mean, the
+// central sums and the extremes involve no rounding, and moments of order 3 and 4 only the final
+// division.
 template <typename T>
 problem<T> symmetric_integers(st::layout l) {
   const std::vector<int> centres = {0, -1, 2};
@@ -101,8 +101,8 @@ TEST_P(Exact, IntegerDataBitForBit) {
                      (p->weights.empty() ? "" : " weighted"));
         const outputs<T> out =
             run_statistic<st::method::fast, T, L>(test_queue(), e.stat, param.form, *p);
-        // On a CPU queue the estimator makes the central sums of the USM form in one pass, about
-        // a running mean that rounds: there they are near the reference, not equal.
+        // On a CPU queue the estimator makes the central sums of the USM form in one pass, about a
+        // running mean that rounds: there they are near the reference, not equal.
         const bool one_pass =
             !testing_gpu() && e.stat == statistic::central_sum && param.form == entry_form::usm;
         for (std::size_t d = 0; d < expected.size(); ++d) {

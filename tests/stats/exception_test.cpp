@@ -1,5 +1,5 @@
-// The exception classes: how the text is composed, and that a caller catches them by kind
-// across the library boundary.
+// The exception classes: how the text is composed, and that a caller catches them by kind across
+// the library boundary.
 #include <gtest/gtest.h>
 
 #include <exception>

@@ -1,7 +1,7 @@
-// What each output of a statistic should hold, from the __float128 reference, and the size of
-// the terms it is computed from: a result may be off by a few units of epsilon times that
-// size, which carries the statistic's condition (cancellation in a sum, or in the expansion of
-// central sums from raw ones).
+// What each output of a statistic should hold, from the __float128 reference, and the size of the
+// terms it is computed from: a result may be off by a few units of epsilon times that size, which
+// carries the statistic's condition (cancellation in a sum, or in the expansion of central sums
+// from raw ones).
 #pragma once
 
 #include <array>
@@ -36,10 +36,10 @@ std::vector<dimension_expectations> expectations_for(const problem<T>& p, st::la
 expectation expected_output(statistic s, std::size_t k, const dimension_expectations& e,
                             bool user_mean);
 
-// Units of epsilon allowed against an expectation's scale, for sums of n terms reduced in
-// groups of group_size: each level of the reduction adds up to group_size partial results one
-// after the other, and rounding errors of such a chain grow with about the root of its length,
-// which the logarithm bounds generously for the sizes tested here.
+// Units of epsilon allowed against an expectation's scale, for sums of n terms reduced in groups of
+// group_size: each level of the reduction adds up to group_size partial results one after the
+// other, and rounding errors of such a chain grow with about the root of its length, which the
+// logarithm bounds generously for the sizes tested here.
 double allowed_epsilons(std::int64_t n, std::size_t group_size);
 
 }  // namespace tessel::test

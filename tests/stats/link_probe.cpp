@@ -1,6 +1,6 @@
 // A program that calls one combination of the statistics; the build decides which through
-// TESSEL_PROBE. Combinations that the library does not provide must fail to build: a declared
-// one at link time, an undeclared form at compile time.
+// TESSEL_PROBE. Combinations that the library does not provide must fail to build: a declared one
+// at link time, an undeclared form at compile time.
 #include <sycl/sycl.hpp>
 
 #include <vorlex/orv/stats.hpp>

@@ -1,5 +1,5 @@
-// What a call writes: every combination of optional outputs, selections that skip everything
-// or all but the last dimension, and method::estimator as the same function as method::fast.
+// What a call writes: every combination of optional outputs, selections that skip everything or all
+// but the last dimension, and method::estimator as the same function as method::fast.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -106,8 +106,8 @@ TEST(Selection, AllZeroWritesNothingAndLastOnlyWritesTheLast) {
   }
 }
 
-// method::estimator of the statistics whose methods coincide is the method::fast function: the
-// same bits come out.
+// method::estimator of the statistics whose methods coincide is the method::fast function: the same
+// bits come out.
 TEST(MethodTwo, SameResultsAsMethodOne) {
   for (const statistic s : {statistic::raw_sum, statistic::raw_moment, statistic::mean,
                             statistic::variation, statistic::skewness, statistic::kurtosis}) {

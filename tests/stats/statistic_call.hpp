@@ -1,6 +1,6 @@
-// Calls any statistic, in either form, by a runtime description, so that one test body can
-// sweep statistics, element types, layouts and forms. Outputs are filled with a poison value
-// before the call and read back after it.
+// Calls any statistic, in either form, by a runtime description, so that one test body can sweep
+// statistics, element types, layouts and forms. Outputs are filled with a poison value before the
+// call and read back after it.
 #pragma once
 
 #include <sycl/sycl.hpp>
@@ -48,9 +48,9 @@ bool has_user_mean_form(statistic s);
 // method::estimator exists as a symbol (an alias or a code of its own).
 bool has_method2(statistic s);
 
-// One call's inputs. Values lie in the given layout; an empty weights, indices or user_mean
-// vector means absent (for user_mean: the plain form, unless mean_form_without_mean asks for the
-// user mean form with a null pointer or an empty buffer).
+// One call's inputs. Values lie in the given layout; an empty weights, indices or user_mean vector
+// means absent (for user_mean: the plain form, unless mean_form_without_mean asks for the user mean
+// form with a null pointer or an empty buffer).
 template <typename T>
 struct problem {
   std::int64_t n_dims = 0;
@@ -66,8 +66,8 @@ struct problem {
 using output_mask = std::array<bool, 4>;
 inline constexpr output_mask all_outputs = {true, true, true, true};
 
-// Outputs after the call, poison where nothing was written; an output that was not given is
-// an empty vector.
+// Outputs after the call, poison where nothing was written; an output that was not given is an
+// empty vector.
 template <typename T>
 using outputs = std::array<std::vector<T>, 4>;
 
@@ -94,9 +94,9 @@ struct usm_array {
   std::size_t size;
 };
 
-// The entry of statistic s with outputs o (the first output_count(s) are used); with a user
-// mean its user mean form. Tail is the event list of the USM form and nothing for the buffer
-// form. The USM form waits for the returned event.
+// The entry of statistic s with outputs o (the first output_count(s) are used); with a user mean
+// its user mean form. Tail is the event list of the USM form and nothing for the buffer form. The
+// USM form waits for the returned event.
 template <st::method M, typename T, st::layout L, typename Data, typename Out, typename Mean,
           typename... Tail>
 void invoke(statistic s, sycl::queue& q, const Mean* user_mean, const Data& data,
@@ -170,8 +170,8 @@ void invoke(statistic s, sycl::queue& q, const Mean* user_mean, const Data& data
 
 }  // namespace detail
 
-// Runs statistic s on the queue and returns its outputs; the plain form when p.user_mean is
-// empty, else the user mean form.
+// Runs statistic s on the queue and returns its outputs; the plain form when p.user_mean is empty,
+// else the user mean form.
 template <st::method M, typename T, st::layout L>
 outputs<T> run_statistic(sycl::queue& q, statistic s, entry_form form, const problem<T>& p,
                          output_mask given = all_outputs, T poison = T(-777)) {

@@ -1,8 +1,8 @@
 // The library's boundary as its dynamic symbol table shows it: the 192 statistics entries with
-// their signatures, the 48 method 2 entries that are their method 1 twins at the same address,
-// the 8 offload entries and the 3 cache look-ups (203 exports), and nothing else but what the
-// exception classes need. Given a reference library (a build with another SYCL implementation),
-// the same exports as that one, twins included.
+// their signatures, the 48 method 2 entries that are their method 1 twins at the same address, the
+// 8 offload entries and the 3 cache look-ups (203 exports), and nothing else but what the exception
+// classes need. Given a reference library (a build with another SYCL implementation), the same
+// exports as that one, twins included.
 //
 // usage: tessel_stats_symbols_test NM LIBRARY [REFERENCE_LIBRARY]
 #include <cxxabi.h>
@@ -44,8 +44,8 @@ std::string without_implementation_namespace(const std::string& name) {
   return std::regex_replace(name, enclosing, "sycl::");
 }
 
-// sycl::buffer<T, 1, Allocator...> as sycl::buffer<T, 1>: the allocator is the runtime's
-// default, spelled as the runtime declares it.
+// sycl::buffer<T, 1, Allocator...> as sycl::buffer<T, 1>: the allocator is the runtime's default,
+// spelled as the runtime declares it.
 std::string without_buffer_defaults(std::string name) {
   const std::string opening = "sycl::buffer<";
   for (std::size_t at = name.find(opening); at != std::string::npos;
@@ -226,8 +226,8 @@ TEST(Symbols, TheOffloadEntriesAndCacheLookUps) {
   EXPECT_EQ(statistics + found.size(), 203U);
 }
 
-// Apart from the entries, the library exports what a caller needs to construct, copy, destroy
-// and catch the exception classes, and nothing of its internals.
+// Apart from the entries, the library exports what a caller needs to construct, copy, destroy and
+// catch the exception classes, and nothing of its internals.
 TEST(Symbols, NothingElseButTheExceptionClasses) {
   const std::regex exception_support(
       R"(^((typeinfo|typeinfo name|vtable) for )?vorlex::orv::)"
@@ -257,8 +257,8 @@ TEST(Symbols, NothingElseButTheExceptionClasses) {
   EXPECT_EQ(functions, 6 * 5 + 1);
 }
 
-// Each exported name, and the names that share its address (itself included): the same names
-// and the same twins in both libraries.
+// Each exported name, and the names that share its address (itself included): the same names and
+// the same twins in both libraries.
 std::map<std::string, std::set<std::string>> names_with_their_twins(const std::string& path) {
   std::map<unsigned long, std::set<std::string>> at;  // NOLINT(google-runtime-int)
   for (const dynamic_symbol& s : defined_dynamic_symbols(path)) {

@@ -41,8 +41,8 @@ bool testing_gpu() {
   return test_queue().get_device().is_gpu();
 }
 
-// A command that waits for submit to return: it sees the return if the runtime runs it later,
-// and gives up after a while if the runtime runs it inside submit.
+// A command that waits for submit to return: it sees the return if the runtime runs it later, and
+// gives up after a while if the runtime runs it inside submit.
 bool commands_run_asynchronously() {
   static const bool asynchronous = [] {
     std::atomic<bool> returned{false};

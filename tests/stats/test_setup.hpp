@@ -1,5 +1,5 @@
-// What the statistics tests share: the queue of the device under test, the sweep over element
-// types and layouts, and the building of test problems.
+// What the statistics tests share: the queue of the device under test, the sweep over element types
+// and layouts, and the building of test problems.
 #pragma once
 
 #include <sycl/sycl.hpp>
@@ -14,8 +14,8 @@
 namespace tessel::test {
 
 // The queue of the device that this run tests: TESSEL_TEST_DEVICE is cpu or gpu (each ctest
-// registration names one), and without it the implementation's default device. How the device
-// is shaped (its group size, a shuffle) is the SYCL implementation's own setting.
+// registration names one), and without it the implementation's default device. How the device is
+// shaped (its group size, a shuffle) is the SYCL implementation's own setting.
 sycl::queue& test_queue();
 std::size_t test_group_size();
 bool testing_gpu();

@@ -10,8 +10,9 @@ std::vector<T> draw(std::size_t count, std::uint64_t seed, Distribution distribu
                     double scale) {
   std::mt19937_64 engine(seed);
   std::vector<T> values(count);
-  for (T& v : values)
+  for (T& v : values) {
     v = static_cast<T>(offset + scale * distribution(engine));
+  }
   return values;
 }
 

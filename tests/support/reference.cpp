@@ -20,18 +20,21 @@ quad abs_quad(quad x) {
 // Weights that are not positive (0, negative, NaN) count as 1.
 template <class T>
 quad weight_of(const T* weights, std::size_t i) {
-  if (weights == nullptr || !(weights[i] > 0))
+  if (weights == nullptr || !(weights[i] > 0)) {
     return 1;
+  }
   return static_cast<quad>(weights[i]);
 }
 
 }  // namespace
 
 quad sqrt_quad(quad x) {
-  if (is_nan(x) || x < 0)
+  if (is_nan(x) || x < 0) {
     return static_cast<quad>(std::numeric_limits<double>::quiet_NaN());
-  if (x == 0 || is_inf(x))
+  }
+  if (x == 0 || is_inf(x)) {
     return x;
+  }
   // Bring x into double's comfortable range by exact powers of two, take the double root, and
   // refine: each Newton step doubles the correct bits (53 -> 106 -> beyond 113).
   const quad big = static_cast<quad>(0x1p512);
@@ -45,8 +48,9 @@ quad sqrt_quad(quad x) {
     scale /= big;
   }
   quad y = static_cast<quad>(std::sqrt(static_cast<double>(x)));
-  for (int step = 0; step < 2; ++step)
+  for (int step = 0; step < 2; ++step) {
     y = (y + x / y) / 2;
+  }
   return y * scale;
 }
 
@@ -64,8 +68,9 @@ template <class T, class Index>
 std::vector<dimension_reference> compute_reference(const matrix_input<T, Index>& in) {
   std::vector<dimension_reference> result(in.n_dims);
   for (std::size_t d = 0; d < in.n_dims; ++d) {
-    if (in.selection != nullptr && in.selection[d] == 0)
+    if (in.selection != nullptr && in.selection[d] == 0) {
       continue;
+    }
     dimension_reference& r = result[d];
     r.selected = true;
     const auto value = [&](std::size_t i) -> quad {
@@ -82,12 +87,15 @@ std::vector<dimension_reference> compute_reference(const matrix_input<T, Index>&
       r.S2 += w * x * x;
       r.S3 += w * x * x * x;
       r.S4 += w * x * x * x * x;
-      if (is_nan(x))
+      if (is_nan(x)) {
         continue;
-      if (!seen_number || x < r.min)
+      }
+      if (!seen_number || x < r.min) {
         r.min = x;
-      if (!seen_number || x > r.max)
+      }
+      if (!seen_number || x > r.max) {
         r.max = x;
+      }
       seen_number = true;
     }
     r.mean = in.user_mean != nullptr ? static_cast<quad>(in.user_mean[d]) : r.S1 / r.W;
@@ -116,8 +124,9 @@ template <class T>
   const quad c = static_cast<quad>(computed);
   const bool same_special = (is_nan(c) && is_nan(expected)) ||
                             (is_inf(c) && is_inf(expected) && (c > 0) == (expected > 0));
-  if (same_special)
+  if (same_special) {
     return ::testing::AssertionSuccess();
+  }
   if (is_nan(c) || is_nan(expected) || is_inf(c) || is_inf(expected)) {
     return ::testing::AssertionFailure()
            << "computed " << to_string(c) << ", reference " << to_string(expected);

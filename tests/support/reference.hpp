@@ -1,9 +1,8 @@
 // High-precision reference for summary statistics, for tests only.
 //
-// Every quantity is computed in __float128 from the stored values, which are exact in it, so
-// the reference carries about 34 significant digits: far more than any float or double result
-// it is compared with. Central sums are summed from exact deviations, never expanded from raw
-// power sums.
+// Every quantity is computed in __float128 from the stored values, which are exact in it, so the
+// reference carries about 34 significant digits: far more than any float or double result it is
+// compared with. Central sums are summed from exact deviations, never expanded from raw power sums.
 //
 // Definitions (per dimension d, over its n observations x_i):
 //   weight     w_i = stored weight if weights are given and it is > 0, else 1
@@ -55,10 +54,10 @@ struct dimension_reference {
   quad min = 0, max = 0;
 };
 
-// What a reference is computed from. T is float or double; Index is int64_t or int32_t.
-// weights: n_obs values or null. selection: n_dims elements, non-zero selects, or null (all).
-// user_mean: n_dims values or null; when given, central sums are taken about it and it stands
-// as `mean` (and as the denominator of the variation).
+// What a reference is computed from. T is float or double; Index is int64_t or int32_t. weights:
+// n_obs values or null. selection: n_dims elements, non-zero selects, or null (all). user_mean:
+// n_dims values or null; when given, central sums are taken about it and it stands as `mean` (and
+// as the denominator of the variation).
 template <class T, class Index = std::int64_t>
 struct matrix_input {
   const T* values = nullptr;
@@ -79,9 +78,9 @@ long double to_long_double(quad x);
 std::string to_string(quad x);  // about 20 significant digits, enough for messages
 
 // Checks that a computed value agrees with the reference within `epsilons` units of
-// std::numeric_limits<T>::epsilon(), relative to max(|expected|, |scale|). A scale lets a
-// result that is close to 0 by cancellation be judged against the size of its terms.
-// NaN matches NaN, and an infinity matches the same infinity.
+// std::numeric_limits<T>::epsilon(), relative to max(|expected|, |scale|). A scale lets a result
+// that is close to 0 by cancellation be judged against the size of its terms. NaN matches NaN, and
+// an infinity matches the same infinity.
 template <class T>
 ::testing::AssertionResult near_reference(T computed, quad expected, double epsilons,
                                           quad scale = 0);

@@ -155,8 +155,8 @@ struct recording_resource : std::pmr::memory_resource {
   bool do_is_equal(const memory_resource& other) const noexcept override { return this == &other; }
 };
 
-// The cells once, no second copy of the data; and since a row of n cells takes n bytes at
-// least, no more than a double per byte of text, however many blank lines there are.
+// The cells once, no second copy of the data; and since a row of n cells takes n bytes at least, no
+// more than a double per byte of text, however many blank lines there are.
 TEST(CsvMemory, OneAllocationSizedByTheRowsThatCanBeThere) {
   std::string text = "a,b,c\n";
   for (int row = 0; row < 1000; ++row) {
@@ -177,9 +177,9 @@ TEST(CsvMemory, OneAllocationSizedByTheRowsThatCanBeThere) {
   EXPECT_LE(blank.largest, sizeof(double) * wide.size());
 }
 
-// Read in chunks of a few bytes on three threads, a text gives the table or the first error
-// it gives read whole: chunk starts fall inside quoted cells, between "\r" and "\n", in blank
-// lines and at the last row.
+// Read in chunks of a few bytes on three threads, a text gives the table or the first error it
+// gives read whole: chunk starts fall inside quoted cells, between "\r" and "\n", in blank lines
+// and at the last row.
 using chunking = std::tuple<std::string, std::size_t>;
 
 class CsvChunks : public ::testing::TestWithParam<chunking> {};

@@ -1,5 +1,5 @@
-// Runs the tessel executable on files made here, on the CPU device and the emulated GPU, and
-// checks every number it prints against the high-precision reference.
+// Runs the tessel executable on files made here, on the CPU device and the emulated GPU, and checks
+// every number it prints against the high-precision reference.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -247,9 +247,9 @@ std::string device_case_name(const ::testing::TestParamInfo<device_case>& tested
                      device_name(std::get<1>(tested.param)));
 }
 
-// Columns where a device that sums raw powers goes wrong: 1001 values cycling through three
-// close to a large mean, a constant one (no spread, so no skewness or kurtosis), and one
-// whose values are all negative.
+// Columns where a device that sums raw powers goes wrong: 1001 values cycling through three close
+// to a large mean, a constant one (no spread, so no skewness or kurtosis), and one whose values are
+// all negative.
 template <class T>
 void check_ill_conditioned(const std::string& device) {
   const char* const cycle[] = {sizeof(T) == 4 ? "1000.1" : "10000000.1",
@@ -285,8 +285,8 @@ TEST_P(OnEveryDevice, IllConditionedColumnsKeepTheirDigits) {
   with_type(std::get<0>(GetParam()), [&]<class T>() { check_ill_conditioned<T>(device); });
 }
 
-// Weights in the first column. Observation 2 has no weight, so no dimension uses it; line 5
-// has no value at all; dimension b has none anywhere.
+// Weights in the first column. Observation 2 has no weight, so no dimension uses it; line 5 has no
+// value at all; dimension b has none anywhere.
 template <class T>
 void check_missing(const std::string& device) {
   const std::string text =

@@ -1,5 +1,5 @@
-// What a person sees: on error one line on stderr, nothing on stdout, and the exit status that
-// says whose mistake it is (2 the command line, 1 the data); without a file, the sample dataset.
+// What a person sees: on error one line on stderr, nothing on stdout, and the exit status that says
+// whose mistake it is (2 the command line, 1 the data); without a file, the sample dataset.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

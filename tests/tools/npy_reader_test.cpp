@@ -31,8 +31,8 @@ std::string dictionary(const std::string& descr, bool fortran, const std::string
          ", 'shape': " + shape + ", }";
 }
 
-// The stored type unless told otherwise; Python 2 long integers, double quotes, no trailing
-// comma, keys in another order.
+// The stored type unless told otherwise; Python 2 long integers, double quotes, no trailing comma,
+// keys in another order.
 TEST(Npy, TypeDefaultsToTheStoredOneAndHeaderVariantsNumpyHasWritten) {
   const npy_array array =
       read(npy_file(dictionary("<f4", false, "(2,)"), raw_bytes<float>({1.5f, 2.5f}, false)));
@@ -135,9 +135,9 @@ std::vector<double> widened(const std::vector<float>& values) {
   return {values.begin(), values.end()};
 }
 
-// Files of every kind that numpy itself writes (a ctest fixture runs make_npy.py), read in
-// the stored type and in each of the two, so that the reader is checked against the real
-// writer and not only against this file's idea of it.
+// Files of every kind that numpy itself writes (a ctest fixture runs make_npy.py), read in the
+// stored type and in each of the two, so that the reader is checked against the real writer and not
+// only against this file's idea of it.
 TEST(NpyFromNumpy, EveryKindNumpyWritesInEitherType) {
   const char* const folder = std::getenv("TESSEL_NPY_FIXTURES");
   ASSERT_NE(folder, nullptr) << "run through ctest, which makes the numpy files first";

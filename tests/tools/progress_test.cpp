@@ -8,8 +8,8 @@
 namespace tessel::test {
 namespace {
 
-// One line rewritten once per percent, not once per update, then cleared; only for large files
-// on a terminal.
+// One line rewritten once per percent, not once per update, then cleared; only for large files on a
+// terminal.
 TEST(Progress, OneLineRewrittenInPercentStepsThenCleared) {
   std::FILE* const out = std::tmpfile();
   ASSERT_NE(out, nullptr);

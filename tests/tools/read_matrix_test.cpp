@@ -19,8 +19,8 @@ double at(const matrix& m, std::int64_t d, std::int64_t i) {
   return m.values.as<double>()[index];
 }
 
-// A file of 3 rows by 2 columns whose cell (r, c) holds 10 * r + c; read either way round,
-// every element must land where the layout says, without a transpose.
+// A file of 3 rows by 2 columns whose cell (r, c) holds 10 * r + c; read either way round, every
+// element must land where the layout says, without a transpose.
 using reading = std::tuple<std::string, rows_are>;  // file kind: csv, npy_c, npy_f
 
 class ReadMatrixLayout : public ::testing::TestWithParam<reading> {};
@@ -69,8 +69,8 @@ INSTANTIATE_TEST_SUITE_P(All, ReadMatrixLayout,
                                                               rows_are::dimensions)),
                          reading_name);
 
-// Names come from the header only when rows are observations; a 1-D array is one dimension
-// either way round; the kind of file comes from its magic, else from its extension.
+// Names come from the header only when rows are observations; a 1-D array is one dimension either
+// way round; the kind of file comes from its magic, else from its extension.
 TEST(ReadMatrix, NamesOneDimensionalArraysAndKinds) {
   const scratch_dir dir;
   const std::string header = dir.write("h.csv", "x,y,z\n1,2,3\n");

@@ -1,5 +1,5 @@
-// The stand-in OpenMP offload runtime: the two interop entry points over stand_in_interop
-// records, and a maker of SYCL-road objects for programs that cannot make a sycl::queue.
+// The stand-in OpenMP offload runtime: the two interop entry points over stand_in_interop records,
+// and a maker of SYCL-road objects for programs that cannot make a sycl::queue.
 #include "stand_in_interop.h"
 
 #include <sycl/sycl.hpp>

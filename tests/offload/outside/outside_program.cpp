@@ -24,8 +24,8 @@ int main() {
     x[i] = i + 1;            // 1 2 3 4
     x[4 + i] = 2 * (i + 1);  // 2 4 6 8
   }
-  // The record's 8-byte words: counts at bytes 16 and 24, observations at 40, the storage word
-  // at 64, the mean and raw moments from 88, kurtosis at 200, min at 224, max at 232.
+  // The record's 8-byte words: counts at bytes 16 and 24, observations at 40, the storage word at
+  // 64, the mean and raw moments from 88, kurtosis at 200, min at 224, max at 232.
   std::array<const void*, 30> record{};
   record[2] = &dims;
   record[3] = &count;

@@ -1,5 +1,5 @@
-// The work-group executor below the queue: shuffles, checked collectives, errors, geometry
-// and settings.
+// The work-group executor below the queue: shuffles, checked collectives, errors, geometry and
+// settings.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -36,8 +36,8 @@ sycl::errc code_of(const sycl::exception& e) {
   return static_cast<sycl::errc>(e.code().value());
 }
 
-// Each item publishes its global id and reads its left neighbour's. Without the barrier this
-// is right only when items run in index order.
+// Each item publishes its global id and reads its left neighbour's. Without the barrier this is
+// right only when items run in index order.
 bool neighbour_kernel_is_right(device_backend& gpu, bool with_barrier) {
   constexpr std::size_t local = 8, groups = 4, n = local * groups;
   std::vector<long> out(n, 0);
@@ -181,8 +181,8 @@ TEST(Mismatch, ThrowsNamingBothCollectivesAndItems) {
   }
 }
 
-// Items that leave a group's collectives unbalanced: an error that names the item, never a
-// hang, whatever the order the items run in.
+// Items that leave a group's collectives unbalanced: an error that names the item, never a hang,
+// whatever the order the items run in.
 TEST(Divergence, UnbalancedCollectivesThrowInsteadOfHanging) {
   struct divergent {
     void (*kernel)(const sycl::nd_item<1>&);
@@ -288,8 +288,8 @@ TEST(LocalMemory, OneBlockPastTheLargestRequestIsTheGroupsOwn) {
 }
 
 // The checking mode lets a launch that stays inside its request pass, and fails one whose group
-// wrote past it, naming the group and the bytes. Under AddressSanitizer the memory past the
-// request is poisoned while the group runs, so the sanitizer reports the touch itself.
+// wrote past it, naming the group and the bytes. Under AddressSanitizer the memory past the request
+// is poisoned while the group runs, so the sanitizer reports the touch itself.
 TEST(LocalMemory, CheckingModeFailsALaunchThatTouchesPastItsRequest) {
   scoped_env check("TESSEL_EMU_CHECK_LOCAL_MEMORY", "1");
   auto gpu = make_gpu(0, 8, 1);
@@ -297,8 +297,9 @@ TEST(LocalMemory, CheckingModeFailsALaunchThatTouchesPastItsRequest) {
   const auto writes_until = [](std::size_t end) {
     return [end](const sycl::nd_item<1>& it) {
       double* block = local_memory<double>();
-      for (std::size_t k = it.get_local_id(0); k < end; k += local)
+      for (std::size_t k = it.get_local_id(0); k < end; k += local) {
         block[k] = 1.0;
+      }
     };
   };
   EXPECT_NO_THROW(run_nd(*gpu, 2 * local, local, writes_until(local), request));

@@ -92,8 +92,8 @@ class Reduction : public testing::Test {};
 using reduced_types = testing::Types<float, double, std::int32_t, std::int64_t, std::uint64_t>;
 TYPED_TEST_SUITE(Reduction, reduced_types);
 
-// Every item gets the left fold of its group in local-id order: from init when given, else
-// from item 0's value.
+// Every item gets the left fold of its group in local-id order: from init when given, else from
+// item 0's value.
 template <typename T, typename Op>
 void check_reduction(sycl::queue& q, std::size_t local, Op op, const T* init) {
   const std::size_t groups = 4, n = local * groups;
@@ -141,8 +141,8 @@ TYPED_TEST(Reduction, EveryOperationFoldsInLocalIdOrder) {
   }
 }
 
-// Two strided copies in, both waited for; every item reads a neighbour's element, so each
-// copy is complete for the whole group. Then a strided copy out, which leaves its gaps alone.
+// Two strided copies in, both waited for; every item reads a neighbour's element, so each copy is
+// complete for the whole group. Then a strided copy out, which leaves its gaps alone.
 TEST_P(on_each_device, GroupCopiesInAndOutContiguousAndStrided) {
   sycl::queue q(GetParam());
   for (std::size_t local : group_sizes(GetParam())) {

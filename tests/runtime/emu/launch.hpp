@@ -1,5 +1,5 @@
-// Runs kernels straight on a device backend, below the queue, so that tests
-// can make devices with settings of their own and see errors as run() throws them.
+// Runs kernels straight on a device backend, below the queue, so that tests can make devices with
+// settings of their own and see errors as run() throws them.
 #pragma once
 
 #include <cstdlib>
@@ -26,8 +26,8 @@ void run_nd(sycl::detail::device_backend& device, std::size_t global, std::size_
   device.run(launch);
 }
 
-// Sets an environment variable for one scope. Only tests that make their
-// devices with make_emulated_gpu() read it again.
+// Sets an environment variable for one scope. Only tests that make their devices with
+// make_emulated_gpu() read it again.
 class scoped_env {
  public:
   scoped_env(const char* name, const std::string& value) : name_(name) {
