@@ -223,6 +223,12 @@ TEST_P(IllConditioned, FloatToTheLastBit) {
   check<float>(2, 400, 11, {1e6, 3e5}, {1.0, 0.25}, {1e6f + 1.0f, 3e5f + 0.25f});
 }
 
+// So far from zero that a block's centre, a rounded mean, is off by a good part of the spread:
+// the sums about it must be moved to the exact mean.
+TEST_P(IllConditioned, DoubleFarFromZero) {
+  check<double>(2, 500, 13, {1e15, -3e14}, {1.0, 0.5}, {1e15 + 1.5, -3e14 + 0.75});
+}
+
 INSTANTIATE_TEST_SUITE_P(Offsets, IllConditioned,
                          ::testing::Combine(both_layouts, ::testing::Bool(), all_methods));
 
