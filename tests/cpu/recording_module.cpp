@@ -35,14 +35,12 @@ std::int32_t new_task(const char* name, ss_task** place, const void* dims, const
   if (place != nullptr) {
     std::lock_guard<std::mutex> lock(mutex);
     task = &tasks.emplace_back();
+    // What the engine's dispatcher checks.
     task->int_width = int_width != 0 ? 1 : 0;
-    task->element_size = sizeof(T);
     task->dims = dims;
     task->obs_count = obs_count;
-    task->storage = storage;
     task->observations = observations;
-    task->weights = weights;
-    task->indices = indices;
+    task->storage = storage;
     *place = task;
   }
   const void* pointers[7] = {place, dims, obs_count, storage, observations, weights, indices};

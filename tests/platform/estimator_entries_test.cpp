@@ -208,20 +208,6 @@ TEST(EstimatorStatus, EachCall) {
 
 // Each estimate of Basic needs its array when it is wanted, and only then.
 TEST(EstimatorStatus, WantedEstimateWithoutArrayFails) {
-  const std::uint64_t bits[] = {SS_MEAN,
-                                SS_RAW_MOMENT2,
-                                SS_RAW_MOMENT3,
-                                SS_RAW_MOMENT4,
-                                SS_CENTRAL_MOMENT2,
-                                SS_CENTRAL_MOMENT3,
-                                SS_CENTRAL_MOMENT4,
-                                SS_SUM,
-                                SS_RAW_SUM2,
-                                SS_RAW_SUM3,
-                                SS_RAW_SUM4,
-                                SS_CENTRAL_SUM2,
-                                SS_CENTRAL_SUM3,
-                                SS_CENTRAL_SUM4};
   for (int k = 0; k < 14; ++k) {
     small_task t;
     double* p[14];
@@ -230,8 +216,9 @@ TEST(EstimatorStatus, WantedEstimateWithoutArrayFails) {
     }
     ASSERT_EQ(t.e.edit_moments(t.task, p[0], p[1], p[2], p[3], p[4], p[5], p[6]), 0);
     ASSERT_EQ(t.e.edit_sums(t.task, p[7], p[8], p[9], p[10], p[11], p[12], p[13]), 0);
-    EXPECT_EQ(t.basic(bits[k]), SS_STATUS_NULL_RESULT) << k;
-    EXPECT_EQ(t.basic(all_basic_bits & ~bits[k]), 0) << k;
+    const std::uint64_t bit = basic_bits[k < 7 ? k : k + 3];  // past kurtosis to variation
+    EXPECT_EQ(t.basic(bit), SS_STATUS_NULL_RESULT) << k;
+    EXPECT_EQ(t.basic(all_basic_bits & ~bit), 0) << k;
   }
 }
 

@@ -15,11 +15,20 @@
 
 namespace tessel::test {
 
-// Every estimate of the Basic stage.
-constexpr std::uint64_t all_basic_bits =
-    SS_MEAN | SS_RAW_MOMENT2 | SS_RAW_MOMENT3 | SS_RAW_MOMENT4 | SS_CENTRAL_MOMENT2 |
-    SS_CENTRAL_MOMENT3 | SS_CENTRAL_MOMENT4 | SS_KURTOSIS | SS_SKEWNESS | SS_VARIATION | SS_SUM |
-    SS_RAW_SUM2 | SS_RAW_SUM3 | SS_RAW_SUM4 | SS_CENTRAL_SUM2 | SS_CENTRAL_SUM3 | SS_CENTRAL_SUM4;
+// Every estimate of the Basic stage: the moments, kurtosis, skewness, variation, then the sums.
+// clang-format off
+constexpr std::uint64_t basic_bits[] = {
+    SS_MEAN, SS_RAW_MOMENT2, SS_RAW_MOMENT3, SS_RAW_MOMENT4, SS_CENTRAL_MOMENT2, SS_CENTRAL_MOMENT3,
+    SS_CENTRAL_MOMENT4, SS_KURTOSIS, SS_SKEWNESS, SS_VARIATION, SS_SUM, SS_RAW_SUM2, SS_RAW_SUM3,
+    SS_RAW_SUM4, SS_CENTRAL_SUM2, SS_CENTRAL_SUM3, SS_CENTRAL_SUM4};
+// clang-format on
+constexpr std::uint64_t all_basic_bits = [] {
+  std::uint64_t all = 0;
+  for (const std::uint64_t bit : basic_bits) {
+    all |= bit;
+  }
+  return all;
+}();
 
 // The module's address of an entry, or null; the module of the given path stays loaded.
 inline void* module_symbol(const std::string& name, const char* path = TESSEL_ESTIMATOR_PATH) {

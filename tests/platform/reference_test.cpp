@@ -26,25 +26,13 @@ TEST(Reference, WorkedWeightedCase) {
   in.weights = w.data();
   const auto r = compute_reference(in)[0];
   const auto q = [](double v) { return static_cast<quad>(v); };
-  const std::pair<quad, quad> pairs[] = {{r.W, 6},
-                                         {r.W2, 12},
-                                         {r.S1, 12},
-                                         {r.S2, 56},
-                                         {r.S3, 288},
-                                         {r.S4, 1568},
-                                         {r.mean, 2},
-                                         {r.raw_moment2, q(56) / 6},
-                                         {r.C2, 32},
-                                         {r.C3, 48},
-                                         {r.C4, 320},
-                                         {r.variance, 8},
-                                         {r.moment3, 8},
-                                         {r.moment4, q(160) / 3},
-                                         {r.skewness, 8 / sqrt_quad(512)},
-                                         {r.kurtosis, q(-13) / 6},
-                                         {r.variation, sqrt_quad(2)},
-                                         {r.min, 0},
-                                         {r.max, 6}};
+  // clang-format off
+  const std::pair<quad, quad> pairs[] = {
+      {r.W, 6}, {r.W2, 12}, {r.S1, 12}, {r.S2, 56}, {r.S3, 288}, {r.S4, 1568}, {r.mean, 2},
+      {r.raw_moment2, q(56) / 6}, {r.C2, 32}, {r.C3, 48}, {r.C4, 320}, {r.variance, 8},
+      {r.moment3, 8}, {r.moment4, q(160) / 3}, {r.skewness, 8 / sqrt_quad(512)},
+      {r.kurtosis, q(-13) / 6}, {r.variation, sqrt_quad(2)}, {r.min, 0}, {r.max, 6}};
+  // clang-format on
   for (const auto& [computed, expected] : pairs) {
     EXPECT_TRUE(near_reference(static_cast<double>(computed), expected, 0.5))
         << to_string(computed);
