@@ -1,106 +1,41 @@
+// The log of recording.hpp, fed by the recording module and by link-time wrappers (ld --wrap)
+// around what the engine calls: the module's load, dlsym, and sycl::malloc_shared and
+// sycl::free, by their mangled names (sycl::detail::typed_alloc is behind every typed
+// malloc_shared). The wrappers forward to the real functions.
 #include "recording.hpp"
 
 #include <dlfcn.h>
 
+#include <sycl/sycl.hpp>
+
 #include <cstdio>
-#include <stdexcept>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
 
 namespace tessel::test {
 namespace {
 
-template <typename Fn>
-Fn entry_of(void* handle, const char* name) {
-  void* address = dlsym(handle, name);
-  if (address == nullptr) {
-    throw std::runtime_error(std::string("the recording module lacks ") + name);
-  }
-  return reinterpret_cast<Fn>(address);
-}
-
-}  // namespace
-
-recording::recording() {
-  void* handle = dlopen(TESSEL_RECORDING_MODULE_PATH, RTLD_NOW | RTLD_LOCAL);
-  if (handle == nullptr) {
-    throw std::runtime_error(std::string("cannot load the recording module: ") + dlerror());
-  }
-  clear_ = entry_of<recording_clear_fn>(handle, "recording_clear");
-  count_ = entry_of<recording_count_fn>(handle, "recording_count");
-  read_ = entry_of<recording_read_fn>(handle, "recording_read");
-  program_ = entry_of<recording_program_fn>(handle, "recording_program");
-}
-
-recording& recording::module() {
-  static recording instance;
-  return instance;
-}
-
-std::vector<recorded_call> recording::log() const {
-  std::vector<recorded_call> result;
-  recorded_call r{};
-  for (std::int32_t k = 0; read_(k, &r); ++k) {
-    result.push_back(r);
-  }
-  return result;
-}
-
-std::vector<std::string> recording::calls() const {
-  std::vector<std::string> names;
-  for (const recorded_call& r : log()) {
-    if (r.kind == record_kind::call) {
-      names.emplace_back(r.name);
-    }
-  }
-  return names;
-}
-
-std::vector<std::string> recording::lookups() const {
-  std::vector<std::string> names;
-  for (const recorded_call& r : log()) {
-    if (r.kind == record_kind::lookup) {
-      names.emplace_back(r.name);
-    }
-  }
-  return names;
-}
-
-std::vector<std::string> recording::events() const {
-  std::vector<std::string> lines;
-  for (const recorded_call& r : log()) {
-    lines.push_back(std::string(r.kind == record_kind::call ? "call " : "lookup ") + r.name);
-  }
-  return lines;
-}
-
-namespace {
-
-// "__ksusSSEditTask" -> "EditTask", "_ksudSSBasic" -> "Basic".
-std::string short_name(const std::string& name) {
-  const std::size_t at = name.find("SS");
-  return at == std::string::npos ? name : name.substr(at + 2);
-}
-
-class pointer_namer {
- public:
-  explicit pointer_namer(const pointer_names& names) : names_(names) {}
-  std::string operator()(const void* pointer) {
-    if (pointer == nullptr) {
-      return "-";
-    }
-    if (const auto known = names_.find(pointer); known != names_.end()) {
-      return known->second;
-    }
-    const auto [found, added] =
-        unknown_.emplace(pointer, "#" + std::to_string(unknown_.size() + 1));
-    return found->second;
-  }
-
- private:
-  const pointer_names& names_;
-  std::map<const void*, std::string> unknown_;
+struct recording_state {
+  std::mutex mutex;
+  std::vector<recorded_call> log;
+  std::map<std::string, std::int32_t> statuses;
 };
 
-std::string hex(std::uint64_t value) {
+recording_state& state() {
+  static recording_state s;
+  return s;
+}
+
+std::int32_t add(recorded_call call) {
+  recording_state& s = state();
+  std::lock_guard<std::mutex> lock(s.mutex);
+  const auto programmed = s.statuses.find(call.name);
+  s.log.push_back(std::move(call));
+  return programmed == s.statuses.end() ? 0 : programmed->second;
+}
+
+std::string hex(std::int64_t value) {
   char text[24];
   std::snprintf(text, sizeof text, "0x%llx", static_cast<unsigned long long>(value));
   return text;
@@ -108,61 +43,155 @@ std::string hex(std::uint64_t value) {
 
 }  // namespace
 
-std::vector<std::string> describe_calls(const std::vector<recorded_call>& log,
-                                        const pointer_names& names) {
-  pointer_namer name_of(names);
+std::vector<recorded_call> recorded() {
+  std::lock_guard<std::mutex> lock(state().mutex);
+  return state().log;
+}
+
+void clear_recording() {
+  std::lock_guard<std::mutex> lock(state().mutex);
+  state().log.clear();
+  state().statuses.clear();
+}
+
+void program_status(const std::string& entry, std::int32_t status) {
+  std::lock_guard<std::mutex> lock(state().mutex);
+  state().statuses[entry] = status;
+}
+
+std::vector<std::string> recorded_names() {
+  std::vector<std::string> names;
+  for (const recorded_call& c : recorded()) {
+    if (c.name != "alloc" && c.name != "free") {
+      names.push_back(c.name);
+    }
+  }
+  return names;
+}
+
+std::vector<std::string> describe_calls(pointer_names names) {
+  int blocks = 0, others = 0;
+  const auto name_of = [&](const void* p) -> std::string {
+    if (p == nullptr) {
+      return "-";
+    }
+    auto [at, added] = names.emplace(p, "");
+    if (added) {
+      at->second = "#" + std::to_string(++others);
+    }
+    return at->second;
+  };
+  const auto list = [&](const recorded_call& c, int first, int count) {
+    std::string text;
+    for (int k = first; k < first + count; ++k) {
+      text += (k == first ? "" : ", ") + name_of(c.pointers[k]);
+    }
+    return text;
+  };
   std::vector<std::string> lines;
-  for (const recorded_call& r : log) {
-    if (r.kind != record_kind::call) {
+  for (const recorded_call& c : recorded()) {
+    if (c.name == "load" || c.name.rfind("lookup", 0) == 0) {
       continue;
     }
-    const std::string entry = short_name(r.name);
-    std::string line = entry;
-    if (entry == "NewTask") {
-      line += "(" + name_of(r.pointers[3]) + ", " + name_of(r.pointers[4]) + ", " +
-              name_of(r.pointers[5]) + ") " + std::to_string(r.words[0]) + "x" +
-              std::to_string(r.words[1]) + " " + hex(static_cast<std::uint64_t>(r.words[2]));
+    const std::size_t at = c.name.find("SS");
+    const std::string entry = at == std::string::npos ? c.name : c.name.substr(at + 2);
+    if (entry == "alloc") {
+      names[c.pointers[0]] = "s" + std::to_string(++blocks);
+      lines.push_back("alloc " + name_of(c.pointers[0]) + " " + std::to_string(c.numbers[0]) + "x" +
+                      std::to_string(c.numbers[1]));
+    } else if (entry == "free") {
+      lines.push_back("free " + name_of(c.pointers[0]));
+    } else if (entry == "NewTask") {
+      lines.push_back("NewTask(" + list(c, 4, 3) + ") " + std::to_string(c.numbers[0]) + "x" +
+                      std::to_string(c.numbers[1]) + " " + hex(c.numbers[2]) +
+                      (c.numbers[3] == 1 ? "" : " width " + std::to_string(c.numbers[3])));
     } else if (entry == "EditTask") {
-      line += "(" + std::to_string(r.field) + ", " + name_of(r.pointers[0]) + ")";
+      lines.push_back("EditTask(" + std::to_string(c.numbers[0]) + ", " + list(c, 0, 1) + ")");
     } else if (entry == "EditMoments" || entry == "EditSums") {
-      line += "(";
-      for (int k = 0; k < 7; ++k) {
-        line += (k == 0 ? "" : ", ") + name_of(r.pointers[k]);
-      }
-      line += ")";
-    } else if (entry != "DeleteTask") {
-      line += "(" + hex(r.mask) + ", " + std::to_string(r.method) + ")";
+      lines.push_back(entry + "(" + list(c, 0, 7) + ")");
+    } else if (entry == "DeleteTask") {
+      lines.push_back(entry);
+    } else {
+      lines.push_back(entry + "(" + hex(c.numbers[0]) + ", " + std::to_string(c.numbers[1]) + ")");
     }
-    lines.push_back(line);
   }
   return lines;
 }
 
-bool calls_have_letter(const std::vector<recorded_call>& log, char letter) {
-  for (const recorded_call& r : log) {
-    const std::string name = r.name;
-    if (r.kind == record_kind::call && name != "__ksuSSDeleteTask" &&
-        name.find(std::string("ksu") + letter + "SS") == std::string::npos) {
-      return false;
-    }
-  }
-  return true;
-}
-
 bool same_list(const std::vector<std::string>& got, const std::vector<std::string>& expected) {
-  if (got == expected) {
-    return true;
-  }
-  auto print = [](const char* title, const std::vector<std::string>& list) {
-    std::fprintf(stderr, "%s:", title);
-    for (const std::string& item : list) {
-      std::fprintf(stderr, " %s", item.c_str());
+  if (got != expected) {
+    for (const auto* list : {&got, &expected}) {
+      std::fprintf(stderr, list == &got ? "got:" : "\nexpected:");
+      for (const std::string& item : *list) {
+        std::fprintf(stderr, " %s", item.c_str());
+      }
     }
     std::fprintf(stderr, "\n");
-  };
-  print("got", got);
-  print("expected", expected);
-  return false;
+  }
+  return got == expected;
 }
 
 }  // namespace tessel::test
+
+using tessel::test::add;
+using tessel::test::recorded_call;
+
+// Exported from the executable for the recording module (see CMakeLists.txt).
+extern "C" __attribute__((visibility("default"))) std::int32_t tessel_recording_note(
+    const char* name, const void* task, const void* const* pointers, const std::int64_t* numbers) {
+  recorded_call c{name, task};
+  std::memcpy(c.pointers, pointers, sizeof c.pointers);
+  std::memcpy(c.numbers, numbers, sizeof c.numbers);
+  return add(std::move(c));
+}
+
+#define WRAPPER extern "C" __attribute__((visibility("default")))
+#define TYPED_ALLOC _ZN4sycl6detail11typed_allocEmmmPKNS_6deviceERKNS_7contextENS_3usm5allocE
+#define FREE _ZN4sycl4freeEPvRKNS_5queueE
+#define WRAPPED(prefix, name) WRAPPED_(prefix, name)
+#define WRAPPED_(prefix, name) prefix##name
+
+extern "C" void* WRAPPED(__real_, TYPED_ALLOC)(std::size_t alignment, std::size_t count,
+                                               std::size_t size, const sycl::device* device,
+                                               const sycl::context& context, sycl::usm::alloc kind);
+extern "C" void WRAPPED(__real_, FREE)(void* pointer, const sycl::queue& queue);
+extern "C" void* __real_dlsym(void* handle, const char* name);
+extern "C" void* __real_orv_serv_load_qdn(void);
+
+WRAPPER void* WRAPPED(__wrap_, TYPED_ALLOC)(std::size_t alignment, std::size_t count,
+                                            std::size_t size, const sycl::device* device,
+                                            const sycl::context& context, sycl::usm::alloc kind) {
+  void* pointer = WRAPPED(__real_, TYPED_ALLOC)(alignment, count, size, device, context, kind);
+  if (kind == sycl::usm::alloc::shared) {
+    recorded_call c{"alloc", nullptr, {pointer}};
+    c.numbers[0] = static_cast<std::int64_t>(count);
+    c.numbers[1] = static_cast<std::int64_t>(size);
+    add(std::move(c));
+  }
+  return pointer;
+}
+
+WRAPPER void WRAPPED(__wrap_, FREE)(void* pointer, const sycl::queue& queue) {
+  add({"free", nullptr, {pointer}});
+  WRAPPED(__real_, FREE)(pointer, queue);
+}
+
+WRAPPER void* __wrap_orv_serv_load_qdn(void) {
+  add({"load"});
+  return __real_orv_serv_load_qdn();
+}
+
+WRAPPER void* __wrap_dlsym(void* handle, const char* name) {
+  if (std::strncmp(name, "_ksu", 4) == 0 || std::strncmp(name, "__ksu", 5) == 0) {
+    add({std::string("lookup ") + name});
+  }
+  return __real_dlsym(handle, name);
+}
+
+// Every test binds the engine to the recording module: the core service reads the variable on
+// its first load, and each death test's process runs this main again.
+int main(int argc, char** argv) {
+  setenv("TESSEL_ESTIMATOR_MODULE", TESSEL_RECORDING_MODULE_PATH, 1);
+  ::testing::InitGoogleTest(&argc, argv);
+  return RUN_ALL_TESTS();
+}

@@ -1,85 +1,61 @@
-// The tests' side of the recording module: its log as a list, its programmed statuses, and what
-// the look-up wrappers of the test executable saw (see wrappers.cpp).
+// One log of what the CPU engine does to the estimator module, in order: each load of the module,
+// each look-up of an entry's name, each call of an entry (made by the recording module, a test
+// double of the estimator), and each USM allocation and release. Statuses that a test programs
+// are what the double's entries return.
 #pragma once
 
 #include <gtest/gtest.h>
 
-#include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <map>
 #include <string>
 #include <vector>
 
-#include "recording_module.hpp"
+// The recording module's entries report here, in the test executable, and get their status.
+// pointers: NewTask's (place, dims, obs_count, storage, observations, weights, indices), an
+// edit's arrays, a stage's threading table; numbers: NewTask's words (dims, obs_count, storage)
+// and int_width, EditTask's field, a stage's mask and method.
+extern "C" std::int32_t tessel_recording_note(const char* name, const void* task,
+                                              const void* const* pointers,
+                                              const std::int64_t* numbers);
 
 namespace tessel::test {
 
-// Calls of orv_serv_load_qdn from the engine's binding in this process.
-int module_loads();
-
-// sycl::malloc_shared and sycl::free as this program's code called them, in order.
-struct usm_event {
-  enum { allocation, release } what;
-  const void* pointer;
-  std::size_t count;         // allocation: elements asked for
-  std::size_t element_size;  // allocation
+struct recorded_call {
+  std::string name;  // the entry's full name, or "load", "lookup NAME", "alloc", "free"
+  const void* task = nullptr;
+  const void* pointers[7] = {};
+  std::int64_t numbers[4] = {};  // alloc: elements, element size
 };
-std::vector<usm_event> usm_events();
-void clear_usm_events();
 
-// The calls of a log as text, with the type letter left out of the names: "NewTask(x, -, -)
-// 3x4 0x10000", "EditTask(14, kurtosis)", "EditMoments(mean, #1, -, ...)", "Basic(0x80, 1)",
-// "DeleteTask". Pointers are shown by their names; others as #1, #2, ... in the order they
-// first appear; null as -.
+std::vector<recorded_call> recorded();
+// Clears the log and the programmed statuses.
+void clear_recording();
+void program_status(const std::string& entry, std::int32_t status);
+
+// The names of the log's events, allocations and releases left out.
+std::vector<std::string> recorded_names();
+
+// Calls in a short form without the type letter: "NewTask(x, -, -) 3x4 0x10000",
+// "EditTask(14, out0)", "EditSums(-, out1, -, -, -, -, -)", "Basic(0x80, 1)", "DeleteTask",
+// "alloc s1 3x8", "free s1". Pointers go by the names given; USM blocks as s1, s2, ... in the
+// order of their allocation; others as #1, #2, ...; null as -.
 using pointer_names = std::map<const void*, std::string>;
-std::vector<std::string> describe_calls(const std::vector<recorded_call>& log,
-                                        const pointer_names& names);
-// Whether every call's name has the type letter ("s" or "d"), DeleteTask aside.
-bool calls_have_letter(const std::vector<recorded_call>& log, char letter);
+std::vector<std::string> describe_calls(pointer_names names);
 
-class recording {
- public:
-  // The module the engine binds: the same file, so the same instance.
-  static recording& module();
-
-  void clear() const { clear_(); }
-  void program(const std::string& entry, std::int32_t status) const {
-    program_(entry.c_str(), status);
-  }
-  std::vector<recorded_call> log() const;
-  // Names of the calls, or of the look-ups, in order.
-  std::vector<std::string> calls() const;
-  std::vector<std::string> lookups() const;
-  // The log as "lookup NAME" and "call NAME" lines, in order.
-  std::vector<std::string> events() const;
-
- private:
-  recording();
-
-  recording_clear_fn clear_;
-  recording_count_fn count_;
-  recording_read_fn read_;
-  recording_program_fn program_;
-};
-
-// For checks that need a process in which nothing has been bound or loaded yet: body runs in a
-// process of its own (a death test's) and returns whether its checks held, having printed what
-// did not to the standard error stream.
-#define EXPECT_IN_FRESH_PROCESS(body) \
-  EXPECT_EXIT({ std::exit((body) ? 0 : 1); }, ::testing::ExitedWithCode(0), "")
+// Runs a check that needs a process in which nothing has been bound or loaded yet.
+#define EXPECT_IN_FRESH_PROCESS(...) \
+  EXPECT_EXIT({ std::exit((__VA_ARGS__) ? 0 : 1); }, ::testing::ExitedWithCode(0), "")
 
 // Whether two lists are equal; if not, both go to the standard error stream.
 bool same_list(const std::vector<std::string>& got, const std::vector<std::string>& expected);
 
-// Clears the log and the programmed statuses before each test.
 class recorded_test : public ::testing::Test {
  protected:
   void SetUp() override {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    recording::module().clear();
+    clear_recording();
   }
-  const recording& module() const { return recording::module(); }
 };
 
 }  // namespace tessel::test
