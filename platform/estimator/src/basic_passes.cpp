@@ -105,29 +105,28 @@ TESSEL_INLINE void step(const block_view<T>& a, const block_view<T>& b, const do
   }
 }
 
-// A guessed centre rounded to 26 significant bits. Deviations of data on a coarse grid (integers,
-// say) from it are then exact, so data whose central sums are exact keep them exact; the guess
-// moves by a few parts in 1e8 of the mean, which the test for a far mean allows for.
-inline double short_centre(double c) {
-  if (!std::isfinite(c)) {
-    return c;
-  }
-  int exponent = 0;
-  const double significand = std::frexp(c, &exponent);
-  return std::ldexp(std::nearbyint(std::ldexp(significand, 26)), exponent - 26);
-}
-
 // A centre near the mean of observations [i0, i1) of dimension d, for the first block of a part:
-// the mean of its first few observations.
+// the one of its first few observations that lies nearest to their mean. Being an observation,
+// it leaves the deviations of data of one magnitude, or on a grid such as the integers, exact,
+// so data whose central sums are exact keep them exact.
 template <class T>
 double first_centre(const observations<T>& data, std::int64_t d, std::int64_t i0, std::int64_t i1) {
   const std::int64_t n = std::min<std::int64_t>(i1 - i0, 256);
+  const auto at = [&](std::int64_t i) {
+    return static_cast<double>(data.x[data.shape.offset(d, i)]);
+  };
   const double share = 1.0 / static_cast<double>(n);
-  double centre = 0.0;
+  double mean = 0.0;
   for (std::int64_t i = i0; i < i0 + n; ++i) {
-    centre += static_cast<double>(data.x[data.shape.offset(d, i)]) * share;
+    mean += at(i) * share;
   }
-  return short_centre(centre);
+  double centre = at(i0);
+  for (std::int64_t i = i0 + 1; i < i0 + n; ++i) {
+    if (std::fabs(at(i) - mean) < std::fabs(centre - mean)) {
+      centre = at(i);
+    }
+  }
+  return std::isfinite(centre) ? centre : mean;
 }
 
 // Observations [i0, i1) of dimensions [d0, d1), block by block, merged in order into out. Each
@@ -179,7 +178,7 @@ TESSEL_INLINE void reduce_part(const observations<T>& data, const sums_request<T
         for (int k = 0; k < dims; ++k) {
           const double w = sums[k].w.hi;
           const double delta = found.central[0][k].hi / w;
-          own[k] = short_centre(centre[k] + delta);
+          own[k] = centre[k] + delta;
           far = far || 16.0 * delta * delta * w > found.central[1][k].hi;
         }
         if (far) {
@@ -208,7 +207,7 @@ TESSEL_INLINE void reduce_part(const observations<T>& data, const sums_request<T
         } else {
           centre_on_own_mean(centre[k], d, sums[k]);
           // The next block is guessed to lie where this one does.
-          centre[k] = short_centre(sums[k].mean.hi);
+          centre[k] = sums[k].mean.hi;
         }
       }
     }
