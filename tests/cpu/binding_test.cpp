@@ -1,6 +1,6 @@
-// The binding of the task entries against the recording module: each is looked up by its exact
-// name on its first call only, and the module is loaded once; the engine's calls turn any status
-// but 0 into computation_error. What the entries forward shows in the frames' calls.
+// The binding of the task entries against the recording module: each is looked up by its exact name
+// on its first call only, and the module is loaded once; the engine's calls turn any status but 0
+// into computation_error. What the entries forward shows in the frames' calls.
 #include <gtest/gtest.h>
 
 #include <cstdint>

@@ -1,8 +1,8 @@
 // Eight threads issue every entry of the CPU road (statistics, forms, methods, the caller's mean,
-// both element types) on one queue at once, each starting at another point of the mix, while
-// the first calls of the process race to bind the estimator's entries. Every result must be the
-// one a single thread computes, and that within a few epsilons of the reference: the one place
-// where method::estimator of the central families meets the reference on a CPU queue.
+// both element types) on one queue at once, each starting at another point of the mix, while the
+// first calls of the process race to bind the estimator's entries. Every result must be the one a
+// single thread computes, and that within a few epsilons of the reference: the one place where
+// method::estimator of the central families meets the reference on a CPU queue.
 #include <gtest/gtest.h>
 
 #include <sycl/sycl.hpp>
@@ -57,9 +57,9 @@ std::vector<mixed_call> the_mix() {
   return mix;
 }
 
-// Five skewed dimensions of 20000 observations, for double with means up to a million times
-// their spread, where raw power sums would lose every digit of the central ones; weights for
-// some statistics (zero, negative and NaN ones among them), a selection for others.
+// Five skewed dimensions of 20000 observations, for double with means up to a million times their
+// spread, where raw power sums would lose every digit of the central ones; weights for some
+// statistics (zero, negative and NaN ones among them), a selection for others.
 template <typename T>
 problem<T> problem_for(const mixed_call& c) {
   constexpr bool ill = std::is_same_v<T, double>;

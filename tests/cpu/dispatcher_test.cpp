@@ -42,8 +42,8 @@ struct element_type {
 
 class Dispatcher : public recorded_test, public ::testing::WithParamInterface<element_type> {
  protected:
-  // The log without the loads, with the stages' short names: "Basic", "?Basic" for its look-up.
-  // A stage of the other type keeps its full name.
+  // The log without the loads, with the stages' short names: "Basic", "?Basic" for its look-up. A
+  // stage of the other type keeps its full name.
   static std::vector<std::string> events(bool with_lookups) {
     std::vector<std::string> list;
     const std::string prefix = std::string("_ksu") + GetParam().letter + "SS";
@@ -230,8 +230,8 @@ TEST_P(Dispatcher, StagesGetTheThreadingServiceEntries) {
   }
 }
 
-// Nothing is loaded before a stage runs; a stage is looked up when it first runs (not when a
-// run stops before it), and once.
+// Nothing is loaded before a stage runs; a stage is looked up when it first runs (not when a run
+// stops before it), and once.
 TEST_P(Dispatcher, StagesAreBoundWhenFirstRunAndOnce) {
   EXPECT_IN_FRESH_PROCESS([&] {
     // clang-format off

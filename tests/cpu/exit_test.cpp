@@ -77,8 +77,8 @@ TEST_F(BindingExit, MissingModuleEndsTheProcessWhicheverEntryComesFirst) {
   }
 }
 
-// Every statistic but a double extreme, through the library; then the double extreme of the
-// given kind: 0 min, 1 max, 2 min_max.
+// Every statistic but a double extreme, through the library; then the double extreme of the given
+// kind: 0 min, 1 max, 2 min_max.
 void compute_until_double_extreme(int extreme) {
   sycl::queue queue{sycl::cpu_selector_v};
   std::vector<float> xf = {1, 2, 3, 4, 10, -1, -2, -3, -4, -10};

@@ -1,7 +1,7 @@
 // The CPU frames against the recording module, one row per call: what the estimator is asked in
-// each form (edits, masks, method values, the task's inputs), the USM scratch each takes and
-// gives back, estimator failures reaching the asynchronous handler, a failed scratch
-// allocation, and which frames wait for their host task.
+// each form (edits, masks, method values, the task's inputs), the USM scratch each takes and gives
+// back, estimator failures reaching the asynchronous handler, a failed scratch allocation, and
+// which frames wait for their host task.
 #include <gtest/gtest.h>
 
 #include <sycl/sycl.hpp>
@@ -276,8 +276,8 @@ class CpuFrames : public recorded_test {
 using element_types = ::testing::Types<float, double>;
 TYPED_TEST_SUITE(CpuFrames, element_types);
 
-// The whole log of a call: its scratch taken, the task from creation to deletion, the scratch
-// given back in the order it was taken. Only a wrong entry's letter would show in no line.
+// The whole log of a call: its scratch taken, the task from creation to deletion, the scratch given
+// back in the order it was taken. Only a wrong entry's letter would show in no line.
 TYPED_TEST(CpuFrames, EstimatorCallsAndScratch) {
   for (const frame_case& c : frame_cases) {
     SCOPED_TRACE(name_of(c));
@@ -344,8 +344,8 @@ TYPED_TEST(CpuFrames, FailedScratchAllocationFreesTheRestAndSubmitsNothing) {
   }
 }
 
-// A USM frame with scratch returns when its host task has run; one without returns at once, as
-// does a buffer frame without buffers of its own, whose task holds its own copy of the handles.
+// A USM frame with scratch returns when its host task has run; one without returns at once, as does
+// a buffer frame without buffers of its own, whose task holds its own copy of the handles.
 TYPED_TEST(CpuFrames, OnlyFramesWithScratchWaitForTheirHostTask) {
   for (const frame_case& c :
        {frame_case{central_sum, "m100", usm, ""}, frame_case{central_moment, "m100", usm, ""},

@@ -1,7 +1,7 @@
 // The log of recording.hpp, fed by the recording module and by link-time wrappers (ld --wrap)
-// around what the engine calls: the module's load, dlsym, and sycl::malloc_shared and
-// sycl::free, by their mangled names (sycl::detail::typed_alloc is behind every typed
-// malloc_shared). The wrappers forward to the real functions.
+// around what the engine calls: the module's load, dlsym, and sycl::malloc_shared and sycl::free,
+// by their mangled names (sycl::detail::typed_alloc is behind every typed malloc_shared). The
+// wrappers forward to the real functions.
 #include "recording.hpp"
 
 #include <dlfcn.h>
@@ -188,8 +188,8 @@ WRAPPER void* __wrap_dlsym(void* handle, const char* name) {
   return __real_dlsym(handle, name);
 }
 
-// Every test binds the engine to the recording module: the core service reads the variable on
-// its first load, and each death test's process runs this main again.
+// Every test binds the engine to the recording module: the core service reads the variable on its
+// first load, and each death test's process runs this main again.
 int main(int argc, char** argv) {
   setenv("TESSEL_ESTIMATOR_MODULE", TESSEL_RECORDING_MODULE_PATH, 1);
   ::testing::InitGoogleTest(&argc, argv);

@@ -1,7 +1,7 @@
 // A test double of the estimator module: its 33 entries report each call to the test executable
-// (tessel_recording_note) and return the status the test programmed, 0 unless told otherwise.
-// Its tasks are real records, kept until the module is unloaded, so that a task lost on a
-// failure path is not a leak.
+// (tessel_recording_note) and return the status the test programmed, 0 unless told otherwise. Its
+// tasks are real records, kept until the module is unloaded, so that a task lost on a failure path
+// is not a leak.
 #include <cstring>
 #include <deque>
 #include <mutex>

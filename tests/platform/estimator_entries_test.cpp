@@ -84,8 +84,8 @@ TEST(EstimatorTask, NewTaskAndEditsFillTheFixedPositions) {
   EXPECT_EQ(task, nullptr);
 }
 
-// A valid task of 2 dimensions and 4 observations with every result array set, whose words a
-// row may change; the tasks a row makes itself are deleted with it.
+// A valid task of 2 dimensions and 4 observations with every result array set, whose words a row
+// may change; the tasks a row makes itself are deleted with it.
 struct small_task {
   const typed_entries<double> e;
   std::int64_t dims = 2, obs = 4, storage = SS_STORAGE_ROW_MAJOR;

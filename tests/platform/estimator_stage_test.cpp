@@ -132,8 +132,8 @@ struct basic_call {
   }
 };
 
-// Float results are computed in double and rounded once. Double results carry the rounding of
-// the accurate algorithms: a few epsilons (7e-15 allowed), far inside the 1e-13 promised.
+// Float results are computed in double and rounded once. Double results carry the rounding of the
+// accurate algorithms: a few epsilons (7e-15 allowed), far inside the 1e-13 promised.
 template <class T>
 constexpr double tolerance = std::is_same_v<T, float> ? 1.0 : 32.0;
 
@@ -206,8 +206,8 @@ TEST_P(IllConditioned, FloatToTheLastBit) {
   check<float>(2, 400, 11, {1e6, 3e5}, {1.0, 0.25}, {1e6f + 1.0f, 3e5f + 0.25f});
 }
 
-// So far from zero that a block's centre, a rounded mean, is off by a good part of the spread:
-// the sums about it must be moved to the exact mean.
+// So far from zero that a block's centre, a rounded mean, is off by a good part of the spread: the
+// sums about it must be moved to the exact mean.
 TEST_P(IllConditioned, DoubleFarFromZero) {
   check<double>(2, 500, 13, {1e15, -3e14}, {1.0, 0.5}, {1e15 + 1.5, -3e14 + 0.75});
 }
@@ -215,8 +215,8 @@ TEST_P(IllConditioned, DoubleFarFromZero) {
 INSTANTIATE_TEST_SUITE_P(Offsets, IllConditioned,
                          ::testing::Combine(both_layouts, ::testing::Bool(), all_methods));
 
-// Long blocks: many leaves per one-pass block, many cache-sized chunks per column-major block;
-// many columns of few observations; no threading table; a single observation.
+// Long blocks: many leaves per one-pass block, many cache-sized chunks per column-major block; many
+// columns of few observations; no threading table; a single observation.
 TEST(BasicStageSizes, LongShortWideAndAlone) {
   for (std::intptr_t method : {SS_METHOD_TWO_PASS, SS_METHOD_ONE_PASS}) {
     basic_call<double> row;
@@ -248,8 +248,8 @@ TEST(BasicStageSizes, LongShortWideAndAlone) {
   EXPECT_TRUE(std::isnan(one.out[one.c2][0])) << "one observation has no variance";
 }
 
-// Infinity and NaN reach the results; only the wanted estimates are written; a caller's mean
-// is read, never written.
+// Infinity and NaN reach the results; only the wanted estimates are written; a caller's mean is
+// read, never written.
 TEST(BasicStageValues, SpecialValuesMasksAndTheCallersMean) {
   basic_call<double> call;
   call.fill(2, 3000, storage::row_major, 800, {1.0}, {1.0});
@@ -274,8 +274,8 @@ TEST(BasicStageValues, SpecialValuesMasksAndTheCallersMean) {
   given.expect_near_reference(tolerance<double>, mask);
 }
 
-// A threading service that runs the tasks of a loop last first, on the calling thread, and
-// claims three threads.
+// A threading service that runs the tasks of a loop last first, on the calling thread, and claims
+// three threads.
 void backwards_for(std::int64_t count, int, void* context, orv_ksu_serv_threader_for_body body) {
   for (std::int64_t i = count - 1; i >= 0; --i) {
     body(context, i, 0);
@@ -297,12 +297,12 @@ const ss_threading_entry* backwards_table() {
   return table.data();
 }
 
-// What a blocked reduction shared among threads can get wrong. The sizes lie around the
-// module's cache block (256 KiB: 32768 doubles, 65536 floats, 2048 observations of a group of
-// 16 dimensions), its task (four blocks) and the tails of its vectors.
-// Jumps move the mean by thousands of spreads from one column-major block to the next, and
-// within row-major blocks; a bad start puts the first 256 observations of each task a thousand
-// spreads out, so that a guess at a block's mean from its first observations is far off.
+// What a blocked reduction shared among threads can get wrong. The sizes lie around the module's
+// cache block (256 KiB: 32768 doubles, 65536 floats, 2048 observations of a group of 16
+// dimensions), its task (four blocks) and the tails of its vectors. Jumps move the mean by
+// thousands of spreads from one column-major block to the next, and within row-major blocks; a bad
+// start puts the first 256 observations of each task a thousand spreads out, so that a guess at a
+// block's mean from its first observations is far off.
 enum class pattern { skewed, trend, weight_in_one_block, jumps, bad_start };
 struct blocked_case {
   const char* name;
@@ -366,8 +366,9 @@ class BlockedSums : public ::testing::TestWithParam<blocked_param> {
       call.weights.assign(static_cast<std::size_t>(c.n_obs), T(1e-6));
       std::fill(call.weights.begin() + 20000, call.weights.begin() + 21000, T(1e6));
     }
-    if (c.selected)
+    if (c.selected) {
       call.select_with_gaps();
+    }
     ASSERT_EQ(call.run(method), 0);
     call.expect_near_reference(tolerance<T>);
     const auto first = call.out;
@@ -398,8 +399,8 @@ INSTANTIATE_TEST_SUITE_P(Cases, BlockedSums,
                                   std::to_string(std::get<1>(p.param));
                          });
 
-// Minimum and maximum: weights play no part, NaN values are passed over, and the extremes
-// are the plain ones (a negative maximum stays negative); max alone leaves the minimum as it is.
+// Minimum and maximum: weights play no part, NaN values are passed over, and the extremes are the
+// plain ones (a negative maximum stays negative); max alone leaves the minimum as it is.
 using minmax_case = std::tuple<storage, bool /*selection*/>;
 class MinmaxStage : public ::testing::TestWithParam<minmax_case> {
  protected:

@@ -1,6 +1,6 @@
-// The high-precision reference against a case worked out by hand: every test of the suite
-// trusts its definitions (the weight rule, the variance correction, moments over W, the
-// kurtosis' -3) and its comparison.
+// The high-precision reference against a case worked out by hand: every test of the suite trusts
+// its definitions (the weight rule, the variance correction, moments over W, the kurtosis' -3) and
+// its comparison.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -14,12 +14,11 @@ namespace {
 
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
-// x = 0, 2, 4, 6 with stored weights 3, 0, -1, NaN, which count as 3, 1, 1, 1:
-// W = 6, W2 = 12, mean = 12 / 6 = 2, deviations -2, 0, 2, 4,
-// C2 = 12 + 0 + 4 + 16 = 32, C3 = -24 + 0 + 8 + 64 = 48, C4 = 48 + 0 + 16 + 256 = 320,
-// variance = 32 * 6 / (36 - 12) = 8, moment3 = 8, moment4 = 160 / 3,
-// skewness = 8 / sqrt(512), kurtosis = (160 / 3) / 64 - 3 = -13 / 6, variation = sqrt(8) / 2.
-// About a given mean of 1 the deviations are -1, 1, 3, 5: C2 = 3 + 1 + 9 + 25 = 38.
+// x = 0, 2, 4, 6 with stored weights 3, 0, -1, NaN, which count as 3, 1, 1, 1: W = 6, W2 = 12, mean
+// = 12 / 6 = 2, deviations -2, 0, 2, 4, C2 = 12 + 0 + 4 + 16 = 32, C3 = -24 + 0 + 8 + 64 = 48, C4 =
+// 48 + 0 + 16 + 256 = 320, variance = 32 * 6 / (36 - 12) = 8, moment3 = 8, moment4 = 160 / 3,
+// skewness = 8 / sqrt(512), kurtosis = (160 / 3) / 64 - 3 = -13 / 6, variation = sqrt(8) / 2. About
+// a given mean of 1 the deviations are -1, 1, 3, 5: C2 = 3 + 1 + 9 + 25 = 38.
 TEST(Reference, WorkedWeightedCase) {
   const std::vector<double> x{0, 2, 4, 6}, w{3, 0, -1, nan}, c{1};
   matrix_input<double> in{x.data(), 1, 4};

@@ -12,8 +12,8 @@
 
 namespace {
 
-// Counts each index it sees, and catches a thread index out of range or used by two bodies of
-// one loop at the same moment, and more threads than the loop allows.
+// Counts each index it sees, and catches a thread index out of range or used by two bodies of one
+// loop at the same moment, and more threads than the loop allows.
 struct loop_record {
   explicit loop_record(std::int64_t count, int max = 0)
       : seen(static_cast<std::size_t>(count)), max_threads(max) {}
@@ -68,8 +68,8 @@ TEST(Threading, ForRunsEveryIndexOnceWithinItsThreads) {
   orv_ksu_serv_threader_ordered(nullptr, nullptr, nullptr);
 }
 
-// Ordered parts run in index order even when the bodies finish in another; iterations that
-// skip their ordered part do not hold the others up, and a second ordered part is ignored.
+// Ordered parts run in index order even when the bodies finish in another; iterations that skip
+// their ordered part do not hold the others up, and a second ordered part is ignored.
 struct ordered_record {
   std::vector<std::int64_t> order;  // written only inside ordered parts
   std::atomic<int> bodies{0}, second_parts{0};
@@ -121,8 +121,8 @@ TEST(Threading, SectionsRunEachOnceAndSkipEmptyOnes) {
   }
 }
 
-// Loops inside loop bodies, on every participant at once, from eight callers: callers work in
-// their own loops, so nothing waits for a free thread.
+// Loops inside loop bodies, on every participant at once, from eight callers: callers work in their
+// own loops, so nothing waits for a free thread.
 void nested_body(void* context, int64_t, int) {
   auto& total = *static_cast<std::atomic<int>*>(context);
   loop_record inner(50);
