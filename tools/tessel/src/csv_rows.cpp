@@ -83,28 +83,25 @@ chunk_result csv_row_reader<T>::read(const csv_chunk& chunk, read_progress& prog
 }
 
 // A row of finite numbers with nothing else between the delimiters, ended by "\n", "\r\n" or the
-// end of the text: the common row, read without the cursor. Anything else answers false, leaving
-// `at` alone and the row's cells to the cursor, which writes them all again.
+// end of the text: the common row, read without the cursor. Anything else leaves `at` alone and
+// answers false.
 template <class T>
 bool csv_row_reader<T>::read_plain_row(position& at, std::size_t row) const {
   const char* next = text_.data() + at.offset;
   const char* const end = text_.data() + text_.size();
-  const std::size_t last = shape_.n_file_columns - 1;
-  const char delimiter = shape_.delimiter;
-  T* const cells = cells_ + row * n_columns_;
-  for (std::size_t column = 0;; ++column) {
+  for (std::size_t column = 0; column < shape_.n_file_columns; ++column) {
     T value;
     const auto [stop, error] = fast_float::from_chars(next, end, value);
-    if (error != std::errc() || !std::isfinite(value) || stop == end) {
-      if (error != std::errc() || !std::isfinite(value) || column != last) {
-        return false;
-      }
-      next = end;
-    } else if (column != last) {
-      if (*stop != delimiter) {
+    if (error != std::errc() || !std::isfinite(value)) {
+      return false;
+    }
+    if (column + 1 < shape_.n_file_columns) {
+      if (stop == end || *stop != shape_.delimiter) {
         return false;
       }
       next = stop + 1;
+    } else if (stop == end) {
+      next = end;
     } else if (*stop == '\n') {
       next = stop + 1;
     } else if (*stop == '\r' && end - stop > 1 && stop[1] == '\n') {
@@ -112,17 +109,7 @@ bool csv_row_reader<T>::read_plain_row(position& at, std::size_t row) const {
     } else {
       return false;
     }
-    // Columns after the weights column move one place left.
-    if (column < weights_column_) {
-      cells[column] = value;
-    } else if (column == weights_column_) {
-      weights_[row] = value;
-    } else {
-      cells[column - 1] = value;
-    }
-    if (column == last) {
-      break;
-    }
+    store(row, column, value);
   }
   at.offset = static_cast<std::size_t>(next - text_.data());
   if (next[-1] == '\n') {
