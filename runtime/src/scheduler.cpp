@@ -74,6 +74,7 @@ void scheduler::wait(const std::shared_ptr<event_impl>& e) {
   // it is done.
   int queued = event_impl::queued;
   if (e->claimable_ && e->run_state_.compare_exchange_strong(queued, event_impl::taken)) {
+    pool_.withdraw(e.get());
     dispatch(run(e));
     return;
   }
@@ -124,7 +125,7 @@ void scheduler::dispatch(const std::vector<std::shared_ptr<event_impl>>& ready) 
       e->done_.notify_all();
     } else {
       e->run_state_.store(event_impl::queued);
-      pool_.push([this, e] {
+      pool_.push(e.get(), [this, e] {
         int queued = event_impl::queued;
         if (e->run_state_.compare_exchange_strong(queued, event_impl::taken)) {
           execute(e);

@@ -1,5 +1,6 @@
 #include "worker_pool.hpp"
 
+#include <iterator>
 #include <utility>
 
 #include "spin_wait.hpp"
@@ -17,17 +18,37 @@ worker_pool::~worker_pool() {
   }
 }
 
-void worker_pool::push(std::function<void()> task) {
-  std::lock_guard<std::mutex> lock(mutex_);
-  tasks_.push_back(std::move(task));
-  queued_.store(tasks_.size(), std::memory_order_release);
-  // Threads that were woken or made but have not yet taken a task will each take one, so compare
-  // with the queue's length rather than with zero. A polling thread takes one without being woken.
-  if (tasks_.size() > idle_ + starting_ + polling_ && threads_.size() < max_threads) {
-    ++starting_;
-    threads_.emplace_back([this] { loop(); });
-  } else if (tasks_.size() > polling_) {
+void worker_pool::push(const void* key, std::function<void()> task) {
+  bool wake = false;
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    tasks_.push_back({key, std::move(task)});
+    queued_.store(tasks_.size(), std::memory_order_release);
+    // Threads that were woken or made but have not yet taken a task will each take one, so compare
+    // with the queue's length rather than with zero. A polling thread takes one without being
+    // woken.
+    if (tasks_.size() > idle_ + starting_ + polling_ && threads_.size() < max_threads) {
+      ++starting_;
+      threads_.emplace_back([this] { loop(); });
+    } else {
+      wake = tasks_.size() > polling_;
+    }
+  }
+  // Outside the lock: the woken thread's first act is to take it.
+  if (wake) {
     wake_.notify_one();
+  }
+}
+
+void worker_pool::withdraw(const void* key) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  // The newest first: a waiter usually takes back what was just pushed.
+  for (auto it = tasks_.rbegin(); it != tasks_.rend(); ++it) {
+    if (it->key == key) {
+      tasks_.erase(std::next(it).base());
+      queued_.store(tasks_.size(), std::memory_order_relaxed);
+      return;
+    }
   }
 }
 
@@ -50,7 +71,7 @@ void worker_pool::loop() {
     if (tasks_.empty()) {
       return;  // stopping, and nothing left to run
     }
-    std::function<void()> task = std::move(tasks_.front());
+    std::function<void()> task = std::move(tasks_.front().run);
     tasks_.pop_front();
     queued_.store(tasks_.size(), std::memory_order_relaxed);
     lock.unlock();

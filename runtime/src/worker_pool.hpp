@@ -24,16 +24,25 @@ class worker_pool {
   // Runs the tasks still queued, then joins the threads.
   ~worker_pool();
 
-  void push(std::function<void()> task);
+  // key names the task for withdraw; it may be null.
+  void push(const void* key, std::function<void()> task);
+  // Takes back a task that has not started, when another thread has run its work instead: left in
+  // the queue it would count as waiting work, and wake or make a thread for nothing.
+  void withdraw(const void* key);
 
   static constexpr std::size_t max_threads = 256;
 
  private:
+  struct queued_task {
+    const void* key;
+    std::function<void()> run;
+  };
+
   void loop();
 
   std::mutex mutex_;
   std::condition_variable wake_;
-  std::deque<std::function<void()>> tasks_;
+  std::deque<queued_task> tasks_;
   std::atomic<std::size_t> queued_{0};  // tasks_.size(), for the polling thread
   std::vector<std::thread> threads_;
   std::size_t idle_ = 0;      // waiting for a task
