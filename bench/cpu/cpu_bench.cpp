@@ -30,10 +30,12 @@
 #include <vector>
 #include <vorlex/orv/stats.hpp>
 
+#include "bench_timing.hpp"
+
 namespace {
 
 namespace st = vorlex::orv::stats;
-using clock_type = std::chrono::steady_clock;
+using namespace tessel::bench;
 
 struct options {
   int runs = 5;
@@ -44,30 +46,6 @@ struct options {
 
 // Where results go so that the loops that make them are not optimised away.
 volatile double sink;
-
-double seconds_since(clock_type::time_point start) {
-  return std::chrono::duration<double>(clock_type::now() - start).count();
-}
-
-template <class F>
-double best_of(int runs, F&& f) {
-  double best = 1e300;
-  for (int r = 0; r < runs; ++r) {
-    const auto start = clock_type::now();
-    f();
-    best = std::min(best, seconds_since(start));
-  }
-  return best;
-}
-
-double observation(std::uint64_t k) {
-  std::uint64_t z = (k + 1) * 0x9E3779B97F4A7C15u;
-  z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9u;
-  z = (z ^ (z >> 27)) * 0x94D049BB133111EBu;
-  z ^= z >> 31;
-  const double u = static_cast<double>(z >> 11) * 0x1.0p-53;
-  return 5.0 + 2.0 * std::sqrt(12.0) * (u - 0.5);
-}
 
 // Observations in USM shared memory, as a caller of the library holds them.
 template <class T>

@@ -21,31 +21,13 @@
 #include <string>
 #include <vector>
 
+#include "bench_timing.hpp"
+
 namespace {
 
-using clock_type = std::chrono::steady_clock;
+using namespace tessel::bench;
 
 volatile double sink;
-
-double observation(std::uint64_t k) {
-  std::uint64_t z = (k + 1) * 0x9E3779B97F4A7C15u;
-  z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9u;
-  z = (z ^ (z >> 27)) * 0x94D049BB133111EBu;
-  z ^= z >> 31;
-  const double u = static_cast<double>(z >> 11) * 0x1.0p-53;
-  return 5.0 + 2.0 * std::sqrt(12.0) * (u - 0.5);
-}
-
-template <class F>
-double best_seconds(int runs, F&& f) {
-  double best = 1e300;
-  for (int r = 0; r < runs; ++r) {
-    const auto start = clock_type::now();
-    f();
-    best = std::min(best, std::chrono::duration<double>(clock_type::now() - start).count());
-  }
-  return best;
-}
 
 template <class T>
 void read_bound(const std::vector<T>& x) {
@@ -152,9 +134,9 @@ void measure(const char* type, std::int64_t obs, int runs, const std::string& on
     double bound = 1e300;
     // Rounds alternate the modules and the read bound, so that each sees the same load.
     for (int r = 0; r < runs; ++r) {
-      bound = std::min(bound, best_seconds(1, [&] { read_bound(x); }));
+      bound = std::min(bound, best_of(1, [&] { read_bound(x); }));
       for (std::size_t m = 0; m < modules.size(); ++m) {
-        best[m] = std::min(best[m], best_seconds(1, [&] {
+        best[m] = std::min(best[m], best_of(1, [&] {
                              modules[m].run(x, w.dims, w.storage, w.mask, w.field, out);
                            }));
       }
