@@ -147,11 +147,10 @@ class device_scratch {
   T* data_;
 };
 
-template <typename T, stats::layout L, typename F, bool WideIndices = true>
-sycl::event submit_minmax_usm(sycl::queue& queue, const dataset<L, T*>& data, F& functor,
-                              const std::vector<sycl::event>& deps) {
-  sycl::event::wait_and_throw(deps);
-  auto view = usm_dataset_helper<WideIndices>(data);
+// Plans the launches for the device's group size. A plan of one step needs no scratch; otherwise
+// run(plan, half_size, scratch_size) makes the scratch halves and runs the launches.
+template <typename F, typename View, typename Run>
+sycl::event plan_minmax(sycl::queue& queue, const View& view, F& functor, Run run) {
   const std::uint64_t group_size =
       queue.get_device().get_info<sycl::info::device::max_work_group_size>();
   const reduction_plan plan = make_plan(view.n_obs, group_size);
@@ -159,17 +158,31 @@ sycl::event submit_minmax_usm(sycl::queue& queue, const dataset<L, T*>& data, F&
     return minmax_single_step(queue, view, functor, plan.launches.front().local_size);
   }
   const std::uint64_t half_size = view.dims * plan.n_groups;
-  const std::uint64_t scratch_size = half_size * (plan.two_halves ? 2 : 1);
-  const auto blocks = make_halves<F>([&](auto) { return device_scratch<T>(queue, scratch_size); });
-  // A failed allocation is reported as the library reports one; the blocks made are freed.
-  bool allocated = true;
-  for_each_half<F>(
-      [&](auto half) { allocated = allocated && decltype(half)::of(blocks).get() != nullptr; });
-  if (scratch_size != 0 && !allocated) {
-    throw vorlex::orv::device_bad_alloc(memory_domain, F::name, queue.get_device());
-  }
-  const auto scratch = make_halves<F>([&](auto half) { return decltype(half)::of(blocks).get(); });
-  return run_minmax_launches(queue, view, functor, scratch, plan, half_size, true);
+  return run(plan, half_size, half_size * (plan.two_halves ? 2 : 1));
+}
+
+template <typename T, stats::layout L, typename F, bool WideIndices = true>
+sycl::event submit_minmax_usm(sycl::queue& queue, const dataset<L, T*>& data, F& functor,
+                              const std::vector<sycl::event>& deps) {
+  sycl::event::wait_and_throw(deps);
+  auto view = usm_dataset_helper<WideIndices>(data);
+  return plan_minmax(
+      queue, view, functor,
+      [&](const reduction_plan& plan, std::uint64_t half_size, std::uint64_t scratch_size) {
+        const auto blocks =
+            make_halves<F>([&](auto) { return device_scratch<T>(queue, scratch_size); });
+        // A failed allocation is reported as the library reports one; the blocks made are freed.
+        bool allocated = true;
+        for_each_half<F>([&](auto half) {
+          allocated = allocated && decltype(half)::of(blocks).get() != nullptr;
+        });
+        if (scratch_size != 0 && !allocated) {
+          throw vorlex::orv::device_bad_alloc(memory_domain, F::name, queue.get_device());
+        }
+        const auto scratch =
+            make_halves<F>([&](auto half) { return decltype(half)::of(blocks).get(); });
+        return run_minmax_launches(queue, view, functor, scratch, plan, half_size, true);
+      });
 }
 
 // The caller's weights are not bound at all: the kernels never read them.
@@ -179,18 +192,15 @@ sycl::event submit_minmax(sycl::queue& queue, const dataset<L, sycl::buffer<T, 1
   sycl::buffer<T, 1> dummy_weights{sycl::range<1>(1)};
   sycl::buffer<std::int64_t, 1> dummy_indices{sycl::range<1>(1)};
   auto view = buffer_dataset_helper<WideIndices>(data, dummy_weights, dummy_indices, false);
-  const std::uint64_t group_size =
-      queue.get_device().get_info<sycl::info::device::max_work_group_size>();
-  const reduction_plan plan = make_plan(view.n_obs, group_size);
-  if (plan.launches.front().kind == step_kind::single) {
-    return minmax_single_step(queue, view, functor, plan.launches.front().local_size);
-  }
-  const std::uint64_t half_size = view.dims * plan.n_groups;
-  const sycl::range<1> scratch_range(half_size * (plan.two_halves ? 2 : 1));
-  auto buffers = make_halves<F>([&](auto) { return sycl::buffer<T, 1>(scratch_range); });
-  const auto scratch =
-      make_halves<F>([&](auto half) { return scratch_accessor<T>(decltype(half)::of(buffers)); });
-  return run_minmax_launches(queue, view, functor, scratch, plan, half_size, false);
+  return plan_minmax(
+      queue, view, functor,
+      [&](const reduction_plan& plan, std::uint64_t half_size, std::uint64_t scratch_size) {
+        auto buffers =
+            make_halves<F>([&](auto) { return sycl::buffer<T, 1>(sycl::range<1>(scratch_size)); });
+        const auto scratch = make_halves<F>(
+            [&](auto half) { return scratch_accessor<T>(decltype(half)::of(buffers)); });
+        return run_minmax_launches(queue, view, functor, scratch, plan, half_size, false);
+      });
 }
 
 }  // namespace vorlex::orv::stats::detail::gpu

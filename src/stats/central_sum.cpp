@@ -44,9 +44,6 @@ void central_sum(sycl::queue& queue, sycl::buffer<T, 1> mean,
                                      const dataset<L, sycl::buffer<T, 1>>&, sycl::buffer<T, 1>,  \
                                      sycl::buffer<T, 1>, sycl::buffer<T, 1>);
 
-TESSEL_STATS_FOR_TYPES_AND_LAYOUTS(TESSEL_STATS_PLAIN, method::fast)
-// method::estimator is the estimator's own method, which a GPU queue refuses.
-TESSEL_STATS_FOR_TYPES_AND_LAYOUTS(TESSEL_STATS_PLAIN, method::estimator)
-TESSEL_STATS_FOR_TYPES_AND_LAYOUTS(TESSEL_STATS_USER_MEAN, method::fast)
+TESSEL_STATS_FOR_CENTRAL_METHODS(TESSEL_STATS_PLAIN, TESSEL_STATS_USER_MEAN)
 
 }  // namespace vorlex::orv::stats
