@@ -72,7 +72,7 @@ struct lane_totals {
   static constexpr int w = lanes_of<V>;
 };
 
-constexpr std::int64_t run_rows = 32;
+constexpr std::int64_t run_rows = 128;
 
 template <class V, class Rows>
 TESSEL_INLINE void load_weight(V& weight, const Rows& rows, std::int64_t r, int lane) {
@@ -248,13 +248,13 @@ struct row_shape {
   static constexpr int lanes = Vectors * lanes_of<V>;
 };
 
-// Enough independent chains to hide the latency of an addition, few enough for the sums and the
-// centres to stay in registers.
+// Enough independent chains to hide the latency of a multiply-add, few enough for the sums (at most
+// twelve), the centre and the temporaries to stay in the sixteen vector registers.
 constexpr int wide_vectors(int power_quantities, int central_quantities) {
   if (central_quantities == 0) {
     return power_quantities == 1 ? 8 : power_quantities == 2 ? 4 : 2;
   }
-  return std::clamp(13 / (power_quantities + central_quantities + 1), 1, 4);
+  return std::clamp(12 / (power_quantities + central_quantities), 1, 4);
 }
 
 // Calls f(first_lane, shape) for consecutive groups of lanes that cover [0, count): groups of Wide
