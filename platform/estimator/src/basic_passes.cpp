@@ -80,8 +80,12 @@ TESSEL_INLINE void step(const block_view<T>& a, const block_view<T>& b, const do
       out.central[q][0] = fold(main_b, tail_b, q);
     }
   } else {
-    // No wider than a group.
-    constexpr int group_wide = std::min(wide, static_cast<int>(max_group_dims) / lanes_of<V>);
+    // No wider than a group, and a power of two, so that the sweeps of a full group are alike: a
+    // sweep of one vector beside wider ones would wait on its sums' latency.
+    constexpr int group_wide = std::min(wide >= 4   ? 4
+                                        : wide >= 2 ? 2
+                                                    : 1,
+                                        static_cast<int>(max_group_dims) / lanes_of<V>);
     for_lane_groups<V, group_wide>(
         a.dims, [&](int first, auto shape) __attribute__((always_inline)) {
           using S = decltype(shape);
@@ -105,28 +109,37 @@ TESSEL_INLINE void step(const block_view<T>& a, const block_view<T>& b, const do
   }
 }
 
-// A centre near the mean of observations [i0, i1) of dimension d, for the first block of a part:
-// the one of its first few observations that lies nearest to their mean. Being an observation,
-// it leaves the deviations of data of one magnitude, or on a grid such as the integers, exact,
-// so data whose central sums are exact keep them exact.
+// Centres near the means of observations [i0, i1) of the dims dimensions from d0, for the first
+// block of a part: for each, the one of its first few observations that lies nearest to their mean.
+// Being an observation, it leaves the deviations of data of one magnitude, or on a grid such as the
+// integers, exact, so data whose central sums are exact keep them exact. Rows outer and dimensions
+// inner: a column-major group's observations are neighbours (only there is dims above 1), so the
+// rows are read once for all its dimensions, with a chain of sums per dimension.
 template <class T>
-double first_centre(const observations<T>& data, std::int64_t d, std::int64_t i0, std::int64_t i1) {
+TESSEL_INLINE void first_centres(const observations<T>& data, std::int64_t d0, int dims,
+                                 std::int64_t i0, std::int64_t i1, double* centre) {
   const std::int64_t n = std::min<std::int64_t>(i1 - i0, 256);
-  const auto at = [&](std::int64_t i) {
-    return static_cast<double>(data.x[data.shape.offset(d, i)]);
-  };
+  const std::int64_t step = data.shape.obs_stride;
+  const T* const x = data.x + data.shape.offset(d0, i0);
   const double share = 1.0 / static_cast<double>(n);
-  double mean = 0.0;
-  for (std::int64_t i = i0; i < i0 + n; ++i) {
-    mean += at(i) * share;
-  }
-  double centre = at(i0);
-  for (std::int64_t i = i0 + 1; i < i0 + n; ++i) {
-    if (std::fabs(at(i) - mean) < std::fabs(centre - mean)) {
-      centre = at(i);
+  double mean[max_group_dims] = {};
+  for (std::int64_t i = 0; i < n; ++i) {
+    for (int k = 0; k < dims; ++k) {
+      mean[k] += static_cast<double>(x[i * step + k]) * share;
     }
   }
-  return std::isfinite(centre) ? centre : mean;
+  for (int k = 0; k < dims; ++k) {
+    centre[k] = static_cast<double>(x[k]);
+  }
+  for (std::int64_t i = 1; i < n; ++i) {
+    for (int k = 0; k < dims; ++k) {
+      const double v = static_cast<double>(x[i * step + k]);
+      centre[k] = std::fabs(v - mean[k]) < std::fabs(centre[k] - mean[k]) ? v : centre[k];
+    }
+  }
+  for (int k = 0; k < dims; ++k) {
+    centre[k] = std::isfinite(centre[k]) ? centre[k] : mean[k];
+  }
 }
 
 // Observations [i0, i1) of dimensions [d0, d1), block by block, merged in order into out. Each
@@ -150,9 +163,12 @@ TESSEL_INLINE void reduce_part(const observations<T>& data, const sums_request<T
   const std::int64_t block_length = Central > 0 ? cache_block_length(dims, sizeof(T)) : i1 - i0;
   double centre[max_group_dims] = {};
   if constexpr (Central > 0) {
-    for (int k = 0; k < dims; ++k) {
-      centre[k] =
-          given ? static_cast<double>(what.user_mean[d0 + k]) : first_centre(data, d0 + k, i0, i1);
+    if (given) {
+      for (int k = 0; k < dims; ++k) {
+        centre[k] = static_cast<double>(what.user_mean[d0 + k]);
+      }
+    } else {
+      first_centres(data, d0, dims, i0, i1, centre);
     }
   }
   for (std::int64_t b0 = i0; b0 < i1; b0 += block_length) {

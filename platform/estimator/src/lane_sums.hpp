@@ -72,7 +72,10 @@ struct lane_totals {
   static constexpr int w = lanes_of<V>;
 };
 
-constexpr std::int64_t run_rows = 32;
+// Rows summed plainly before their totals are added with compensation: long runs where every term
+// has the same weight, short ones where weights may differ by orders of magnitude.
+template <bool Weighted>
+constexpr std::int64_t run_rows = Weighted ? 32 : 128;
 
 template <class V, class Rows>
 TESSEL_INLINE void load_weight(V& weight, const Rows& rows, std::int64_t r, int lane) {
@@ -153,13 +156,13 @@ TESSEL_INLINE void add_central_row(V (&acc)[Central][Vectors], const Rows& rows,
   }
 }
 
-// Calls each(r) for rows [r0, r1) in runs of run_rows, with run_start() before each run and
+// Calls each(r) for rows [r0, r1) in runs of Run rows, with run_start() before each run and
 // run_end() after it.
-template <class Start, class Each, class End>
+template <std::int64_t Run, class Start, class Each, class End>
 TESSEL_INLINE void for_runs(std::int64_t r0, std::int64_t r1, const Start& run_start,
                             const Each& each, const End& run_end) {
-  for (std::int64_t run0 = r0; run0 < r1; run0 += run_rows) {
-    const std::int64_t run1 = std::min(run0 + run_rows, r1);
+  for (std::int64_t run0 = r0; run0 < r1; run0 += Run) {
+    const std::int64_t run1 = std::min(run0 + Run, r1);
     run_start();
     for (std::int64_t r = run0; r < run1; ++r) {
       each(r);
@@ -226,7 +229,7 @@ TESSEL_INLINE void add_rows(
     n_b = 0;
   }
   const std::int64_t both = std::min(n_a, n_b);
-  for_runs(
+  for_runs<run_rows<Weighted>>(
       0, both, clear,
       [&](std::int64_t r) __attribute__((always_inline)) {
         power_row(r);
@@ -236,8 +239,8 @@ TESSEL_INLINE void add_rows(
         end_a();
         end_b();
       });
-  for_runs(both, n_a, clear, power_row, end_a);
-  for_runs(both, n_b, clear, central_row, end_b);
+  for_runs<run_rows<Weighted>>(both, n_a, clear, power_row, end_a);
+  for_runs<run_rows<Weighted>>(both, n_b, clear, central_row, end_b);
 }
 
 // A kernel's vector shape: Vectors vectors of V a row.
@@ -248,13 +251,13 @@ struct row_shape {
   static constexpr int lanes = Vectors * lanes_of<V>;
 };
 
-// Enough independent chains to hide the latency of an addition, few enough for the sums and the
-// centres to stay in registers.
+// Enough independent chains to hide the latency of a multiply-add, few enough for the sums (at most
+// twelve), the centre and the temporaries to stay in the sixteen vector registers.
 constexpr int wide_vectors(int power_quantities, int central_quantities) {
   if (central_quantities == 0) {
     return power_quantities == 1 ? 8 : power_quantities == 2 ? 4 : 2;
   }
-  return std::clamp(13 / (power_quantities + central_quantities + 1), 1, 4);
+  return std::clamp(12 / (power_quantities + central_quantities), 1, 4);
 }
 
 // Calls f(first_lane, shape) for consecutive groups of lanes that cover [0, count): groups of Wide
