@@ -150,7 +150,7 @@ class device_scratch {
 // Plans the launches for the device's group size. A plan of one step needs no scratch; otherwise
 // run(plan, half_size, scratch_size) makes the scratch halves and runs the launches.
 template <typename F, typename View, typename Run>
-sycl::event plan_minmax(sycl::queue& queue, const View& view, F& functor, Run run) {
+sycl::event plan_minmax(sycl::queue& queue, View& view, F& functor, Run run) {
   const std::uint64_t group_size =
       queue.get_device().get_info<sycl::info::device::max_work_group_size>();
   const reduction_plan plan = make_plan(view.n_obs, group_size);
