@@ -1,7 +1,8 @@
 // libFuzzer target over the CSV and .npy parsers: any input either parses into a table whose every
 // element can be read, or is refused with data_error or usage_error, and the CSV reader cut into
-// chunks of a few bytes on several threads gives what it gives reading the text whole. Anything
-// else (a crash, a sanitizer report, another exception, a difference) is a finding.
+// chunks of a few bytes on several threads gives what it gives reading the text whole; the row
+// reader's number parser gives fast_float's end, refusal and bits from every offset of the input.
+// Anything else (a crash, a sanitizer report, another exception, a difference) is a finding.
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -11,6 +12,7 @@
 #include <string_view>
 
 #include "csv_reader.hpp"
+#include "decimal_from_chars.hpp"
 #include "errors.hpp"
 #include "npy_header.hpp"
 #include "npy_reader.hpp"
@@ -82,7 +84,22 @@ bool same_table(const tessel::csv_table& a, const tessel::csv_table& b, bool wei
          (!weights || same_bytes(a.weights, b.weights, rows * element_bytes(a)));
 }
 
+template <class T>
+void fuzz_decimal(std::string_view text) {
+  const char* const last = text.data() + text.size();
+  for (const char* first = text.data(); first < last; ++first) {
+    T ours = 0, theirs = 0;
+    const auto got = tessel::decimal_from_chars(first, last, ours);
+    const auto want = fast_float::from_chars(first, last, theirs);
+    if (got.ptr != want.ptr || got.ec != want.ec || std::memcmp(&ours, &theirs, sizeof(T)) != 0) {
+      __builtin_trap();
+    }
+  }
+}
+
 void fuzz_csv(std::string_view text) {
+  fuzz_decimal<float>(text);
+  fuzz_decimal<double>(text);
   struct variant {
     tessel::element_type type;
     char delimiter;

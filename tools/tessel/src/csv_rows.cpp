@@ -5,9 +5,9 @@
 #include <stdexcept>
 #include <string>
 
-#include <fast_float/fast_float.h>
 #include <fmt/format.h>
 
+#include "decimal_from_chars.hpp"
 #include "errors.hpp"
 #include "number.hpp"
 
@@ -91,7 +91,7 @@ bool csv_row_reader<T>::read_plain_row(position& at, std::size_t row) const {
   const char* const end = text_.data() + text_.size();
   for (std::size_t column = 0; column < shape_.n_file_columns; ++column) {
     T value;
-    const auto [stop, error] = fast_float::from_chars(next, end, value);
+    const auto [stop, error] = decimal_from_chars(next, end, value);
     if (error != std::errc() || !std::isfinite(value)) {
       return false;
     }
