@@ -10,14 +10,12 @@
 #include <vorlex/orv/stats.hpp>
 
 #include "expected_outputs.hpp"
+#include "test_setup.hpp"
 #include "omptarget/stand_in_interop.h"
 #include "orv/ss_task.h"
 
 namespace tessel::test {
 
-namespace st = vorlex::orv::stats;
-
-enum class element { f32, f64 };
 enum class model { lp64, ilp64 };
 enum class form { direct, by_reference };
 
@@ -26,27 +24,11 @@ std::int32_t compute(element e, model m, form f, ss_task* task, std::uint64_t ma
                      std::int64_t method, void* interop);
 
 // The result fields of a task record, in record order from byte 88 on.
-enum class field {
-  mean,
-  raw2,
-  raw3,
-  raw4,
-  central2,
-  central3,
-  central4,
-  sum,
-  raw_sum2,
-  raw_sum3,
-  raw_sum4,
-  central_sum2,
-  central_sum3,
-  central_sum4,
-  kurtosis,
-  skewness,
-  variation,
-  min,
-  max,
-};
+// clang-format off
+enum class field { mean, raw2, raw3, raw4, central2, central3, central4, sum, raw_sum2, raw_sum3,
+                   raw_sum4, central_sum2, central_sum3, central_sum4, kurtosis, skewness, variation,
+                   min, max };
+// clang-format on
 inline constexpr std::size_t field_count = 19;
 void*& slot(ss_task& task, field f);
 
