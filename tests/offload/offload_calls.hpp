@@ -6,13 +6,15 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
+#include <optional>
 #include <vector>
 #include <vorlex/orv/stats.hpp>
 
 #include "expected_outputs.hpp"
-#include "test_setup.hpp"
 #include "omptarget/stand_in_interop.h"
 #include "orv/ss_task.h"
+#include "test_setup.hpp"
 
 namespace tessel::test {
 
@@ -44,20 +46,16 @@ class offload_task {
   static constexpr T poison = T(-7777.25);
 
   offload_task(sycl::queue& queue, const problem<T>& p, st::layout layout, model m);
-  offload_task(const offload_task&) = delete;
-  offload_task& operator=(const offload_task&) = delete;
-  ~offload_task();
 
   ss_task* record() { return &task_; }
   const T* result(field f) { return static_cast<const T*>(slot(task_, f)); }
   std::int64_t dims, count, storage;
 
  private:
-  template <typename E>
-  E* copy_of(const std::vector<E>& host);
-  sycl::queue queue_;
   ss_task task_{};
-  std::vector<void*> owned_;
+  std::deque<detail::usm_array<T>> arrays_;
+  std::optional<detail::usm_array<std::int64_t>> wide_selection_;
+  std::optional<detail::usm_array<std::int32_t>> narrow_selection_;
 };
 
 // A SYCL-road interop object for the queue: foreign runtime 4, property 5 the queue.
