@@ -1,8 +1,5 @@
 #include "offload_calls.hpp"
 
-#include <algorithm>
-#include <stdexcept>
-
 namespace tessel::test {
 
 std::int32_t compute(element e, model m, form f, ss_task* task, std::uint64_t mask,
@@ -45,41 +42,26 @@ expectation expected_field(field f, const dimension_expectations& e, bool user_m
 }
 
 template <typename T>
-template <typename E>
-E* offload_task<T>::copy_of(const std::vector<E>& host) {
-  if (host.empty()) {
-    return nullptr;
-  }
-  E* copy = sycl::malloc_shared<E>(host.size(), queue_);
-  if (copy == nullptr) {
-    throw std::runtime_error("malloc_shared failed");
-  }
-  owned_.push_back(copy);
-  return std::copy(host.begin(), host.end(), copy) - host.size();
-}
-
-template <typename T>
 offload_task<T>::offload_task(sycl::queue& queue, const problem<T>& p, st::layout layout, model m)
-    : dims(p.n_dims), count(p.n_obs), storage(static_cast<std::int64_t>(layout)), queue_(queue) {
+    : dims(p.n_dims), count(p.n_obs), storage(static_cast<std::int64_t>(layout)) {
   task_.int_width = 1;
   task_.dims = &dims;
   task_.obs_count = &count;
   task_.storage = &storage;
-  task_.observations = copy_of(p.values);
-  task_.weights = copy_of(p.weights);
-  task_.indices = m == model::ilp64
-                      ? static_cast<const void*>(copy_of(p.indices))
-                      : copy_of(std::vector<std::int32_t>(p.indices.begin(), p.indices.end()));
+  task_.observations = arrays_.emplace_back(queue, p.values).pointer;
+  task_.weights = arrays_.emplace_back(queue, p.weights).pointer;
+  if (m == model::ilp64) {
+    task_.indices = wide_selection_.emplace(queue, p.indices).pointer;
+  } else {
+    task_.indices =
+        narrow_selection_
+            .emplace(queue, std::vector<std::int32_t>(p.indices.begin(), p.indices.end()))
+            .pointer;
+  }
   const std::vector<T> poisoned(static_cast<std::size_t>(p.n_dims), poison);
   for (std::size_t f = 0; f < field_count; ++f) {
-    slot(task_, field(f)) = copy_of(f == 0 && !p.user_mean.empty() ? p.user_mean : poisoned);
-  }
-}
-
-template <typename T>
-offload_task<T>::~offload_task() {
-  for (void* pointer : owned_) {
-    sycl::free(pointer, queue_);
+    const bool user_mean = f == 0 && !p.user_mean.empty();
+    slot(task_, field(f)) = arrays_.emplace_back(queue, user_mean ? p.user_mean : poisoned).pointer;
   }
 }
 

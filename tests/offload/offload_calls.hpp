@@ -6,18 +6,18 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
+#include <optional>
 #include <vector>
 #include <vorlex/orv/stats.hpp>
 
 #include "expected_outputs.hpp"
 #include "omptarget/stand_in_interop.h"
 #include "orv/ss_task.h"
+#include "test_setup.hpp"
 
 namespace tessel::test {
 
-namespace st = vorlex::orv::stats;
-
-enum class element { f32, f64 };
 enum class model { lp64, ilp64 };
 enum class form { direct, by_reference };
 
@@ -26,27 +26,11 @@ std::int32_t compute(element e, model m, form f, ss_task* task, std::uint64_t ma
                      std::int64_t method, void* interop);
 
 // The result fields of a task record, in record order from byte 88 on.
-enum class field {
-  mean,
-  raw2,
-  raw3,
-  raw4,
-  central2,
-  central3,
-  central4,
-  sum,
-  raw_sum2,
-  raw_sum3,
-  raw_sum4,
-  central_sum2,
-  central_sum3,
-  central_sum4,
-  kurtosis,
-  skewness,
-  variation,
-  min,
-  max,
-};
+// clang-format off
+enum class field { mean, raw2, raw3, raw4, central2, central3, central4, sum, raw_sum2, raw_sum3,
+                   raw_sum4, central_sum2, central_sum3, central_sum4, kurtosis, skewness, variation,
+                   min, max };
+// clang-format on
 inline constexpr std::size_t field_count = 19;
 void*& slot(ss_task& task, field f);
 
@@ -62,20 +46,16 @@ class offload_task {
   static constexpr T poison = T(-7777.25);
 
   offload_task(sycl::queue& queue, const problem<T>& p, st::layout layout, model m);
-  offload_task(const offload_task&) = delete;
-  offload_task& operator=(const offload_task&) = delete;
-  ~offload_task();
 
   ss_task* record() { return &task_; }
   const T* result(field f) { return static_cast<const T*>(slot(task_, f)); }
   std::int64_t dims, count, storage;
 
  private:
-  template <typename E>
-  E* copy_of(const std::vector<E>& host);
-  sycl::queue queue_;
   ss_task task_{};
-  std::vector<void*> owned_;
+  std::deque<detail::usm_array<T>> arrays_;
+  std::optional<detail::usm_array<std::int64_t>> wide_selection_;
+  std::optional<detail::usm_array<std::int32_t>> narrow_selection_;
 };
 
 // A SYCL-road interop object for the queue: foreign runtime 4, property 5 the queue.

@@ -59,18 +59,12 @@ const std::vector<row> rows = {
 // selects); weights with a zero and a negative one, which count as 1.
 template <typename T>
 problem<T> skewed_problem(st::layout layout, bool user_mean) {
-  problem<T> p;
-  p.n_dims = 3;
-  p.n_obs = 300;
-  const auto n = static_cast<std::size_t>(p.n_obs);
-  p.values.resize(3 * n);
+  std::vector<std::vector<T>> series;
   for (std::size_t d = 0; d < 3; ++d) {
-    const std::vector<T> series = random_skewed<T>(n, 11 + d, 2.0 * static_cast<double>(d), 1.5);
-    for (std::size_t i = 0; i < n; ++i) {
-      p.values[layout == st::layout::row_major ? d * n + i : d + i * 3] = series[i];
-    }
+    series.push_back(random_skewed<T>(300, 11 + d, 2.0 * static_cast<double>(d), 1.5));
   }
-  p.weights = random_uniform<T>(n, 7, 0.5, 2.0);
+  problem<T> p = problem_of<T>(layout, series);
+  p.weights = random_uniform<T>(300, 7, 0.5, 2.0);
   p.weights[3] = T(0);
   p.weights[10] = T(-1);
   p.indices = {1, 0, -7};

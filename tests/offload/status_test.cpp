@@ -162,10 +162,7 @@ class OffloadStatus : public testing::TestWithParam<status_case> {};
 template <typename T>
 void expect_status(const status_case& c, model m, form f) {
   sycl::queue queue{sycl::gpu_selector_v};
-  problem<T> p;
-  p.n_dims = 2;
-  p.n_obs = 5;
-  p.values = {1, 2, 3, 4, 5, 2, 4, 8, 16, 32};
+  const problem<T> p = problem_of<T>(st::layout::row_major, {{1, 2, 3, 4, 5}, {2, 4, 8, 16, 32}});
   offload_task<T> task(queue, p, st::layout::row_major, m);
   task.dims = c.dims;
   task.count = c.count;

@@ -1,5 +1,5 @@
-// The exception classes: how the text is composed, and that a caller catches them by kind across
-// the library boundary.
+// The exception classes' texts. That a caller catches them by kind across the library boundary is
+// the errors tests' to show, and that their type information is exported the symbols test's.
 #include <gtest/gtest.h>
 
 #include <exception>
@@ -40,37 +40,13 @@ TEST(ExceptionText, Composition) {
   }
 }
 
+// Copies, the base's assignment included, keep the text.
 TEST(ExceptionText, CopiesKeepTheText) {
   const vorlex::orv::invalid_argument original("stats", "max", "max is nullptr");
   const vorlex::orv::invalid_argument copy = original;
-  EXPECT_STREQ(copy.what(), original.what());
   vorlex::orv::exception base("a", "b", "c");
   base = copy;
   EXPECT_STREQ(base.what(), "vorlex::orv::stats::max: invalid argument: max is nullptr");
-}
-
-// Thrown inside the library, caught here by its own kind, by the common base and as a standard
-// exception.
-template <typename Caught>
-bool caught_from_library() {
-  sycl::queue queue{sycl::default_selector_v};
-  try {
-    vorlex::orv::stats::mean<vorlex::orv::stats::method::fast, float,
-                             vorlex::orv::stats::layout::row_major>(
-        queue,
-        vorlex::orv::stats::dataset<vorlex::orv::stats::layout::row_major, float*>(1, 1, nullptr),
-        nullptr);
-  } catch (const Caught&) {
-    return true;
-  }
-  return false;
-}
-
-TEST(ExceptionKinds, CaughtByTypeAcrossTheLibraryBoundary) {
-  EXPECT_TRUE(caught_from_library<vorlex::orv::invalid_argument>());
-  EXPECT_TRUE(caught_from_library<vorlex::orv::exception>());
-  EXPECT_TRUE(caught_from_library<std::exception>());
-  EXPECT_THROW(caught_from_library<vorlex::orv::unimplemented>(), vorlex::orv::invalid_argument);
 }
 
 }  // namespace

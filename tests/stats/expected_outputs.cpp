@@ -19,26 +19,6 @@ quad weight_at(const problem<T>& p, std::size_t i) {
   return static_cast<quad>(p.weights[i]);
 }
 
-quad power(quad x, int k) {
-  quad result = 1;
-  for (int j = 0; j < k; ++j) {
-    result *= x;
-  }
-  return result;
-}
-
-template <typename T>
-quad floored_min(quad min) {
-  const auto limit = static_cast<quad>(std::numeric_limits<T>::max());
-  return min < limit ? min : limit;
-}
-
-template <typename T>
-quad floored_max(quad max) {
-  const auto limit = static_cast<quad>(std::numeric_limits<T>::min());
-  return max > limit ? max : limit;
-}
-
 }  // namespace
 
 template <typename T>
@@ -47,30 +27,27 @@ std::vector<dimension_expectations> expectations_for(const problem<T>& p, st::la
   const auto n_dims = static_cast<std::size_t>(p.n_dims);
   const auto n_obs = static_cast<std::size_t>(p.n_obs);
   const storage s = layout == st::layout::row_major ? storage::row_major : storage::col_major;
-  matrix_input<T> input;
-  input.values = p.values.data();
-  input.n_dims = n_dims;
-  input.n_obs = n_obs;
-  input.layout = s;
-  input.weights = p.weights.empty() ? nullptr : p.weights.data();
-  input.selection = p.indices.empty() ? nullptr : p.indices.data();
-  input.user_mean = p.user_mean.empty() ? nullptr : p.user_mean.data();
-  const std::vector<dimension_reference> reference = compute_reference(input);
+  const std::vector<dimension_reference> reference = compute_reference(matrix_input<T>{
+      p.values.data(), n_dims, n_obs, s, p.weights.empty() ? nullptr : p.weights.data(),
+      p.indices.empty() ? nullptr : p.indices.data(),
+      p.user_mean.empty() ? nullptr : p.user_mean.data()});
   std::vector<dimension_expectations> result(n_dims);
   for (std::size_t d = 0; d < n_dims; ++d) {
     dimension_expectations& e = result[d];
     e.reference = reference[d];
     if (floored_extremes) {
-      e.reference.min = floored_min<T>(e.reference.min);
-      e.reference.max = floored_max<T>(e.reference.max);
+      const auto largest = static_cast<quad>(std::numeric_limits<T>::max());
+      const auto smallest_normal = static_cast<quad>(std::numeric_limits<T>::min());
+      e.reference.min = e.reference.min < largest ? e.reference.min : largest;
+      e.reference.max = e.reference.max > smallest_normal ? e.reference.max : smallest_normal;
     }
     const quad centre = abs_of(e.reference.mean);
     for (std::size_t i = 0; i < n_obs; ++i) {
       const quad x = abs_of(static_cast<quad>(p.values[element_index(s, n_dims, n_obs, d, i)]));
-      const quad w = weight_at(p, i);
-      for (int k = 0; k <= 4; ++k) {
-        e.raw_terms[k] += w * power(x, k);
-        e.central_terms[k] += w * power(x + centre, k);
+      quad raw = weight_at(p, i), central = raw;
+      for (int k = 0; k <= 4; ++k, raw *= x, central *= x + centre) {
+        e.raw_terms[k] += raw;
+        e.central_terms[k] += central;
       }
     }
   }

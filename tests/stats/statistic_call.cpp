@@ -1,65 +1,39 @@
 #include "statistic_call.hpp"
 
 namespace tessel::test {
+namespace {
+
+struct statistic_facts {
+  const char* name;
+  std::size_t outputs;
+  bool user_mean_form;
+  bool method2;
+};
+
+// In the order of the enumeration.
+constexpr statistic_facts facts[] = {
+    {"raw_sum", 4, false, true},    {"raw_moment", 4, false, true},    {"mean", 1, false, true},
+    {"central_sum", 3, true, true}, {"central_moment", 3, true, true}, {"variation", 1, true, true},
+    {"skewness", 1, true, true},    {"kurtosis", 1, true, true},       {"min", 1, false, false},
+    {"max", 1, false, false},       {"min_max", 2, false, false}};
+
+const statistic_facts& of(statistic s) {
+  return facts[static_cast<std::size_t>(s)];
+}
+
+}  // namespace
 
 std::string name_of(statistic s) {
-  switch (s) {
-    case statistic::raw_sum:
-      return "raw_sum";
-    case statistic::raw_moment:
-      return "raw_moment";
-    case statistic::mean:
-      return "mean";
-    case statistic::central_sum:
-      return "central_sum";
-    case statistic::central_moment:
-      return "central_moment";
-    case statistic::variation:
-      return "variation";
-    case statistic::skewness:
-      return "skewness";
-    case statistic::kurtosis:
-      return "kurtosis";
-    case statistic::min:
-      return "min";
-    case statistic::max:
-      return "max";
-    case statistic::min_max:
-      return "min_max";
-  }
-  return "?";
+  return of(s).name;
 }
-
 std::size_t output_count(statistic s) {
-  switch (s) {
-    case statistic::raw_sum:
-    case statistic::raw_moment:
-      return 4;
-    case statistic::central_sum:
-    case statistic::central_moment:
-      return 3;
-    case statistic::min_max:
-      return 2;
-    default:
-      return 1;
-  }
+  return of(s).outputs;
 }
-
 bool has_user_mean_form(statistic s) {
-  switch (s) {
-    case statistic::central_sum:
-    case statistic::central_moment:
-    case statistic::variation:
-    case statistic::skewness:
-    case statistic::kurtosis:
-      return true;
-    default:
-      return false;
-  }
+  return of(s).user_mean_form;
 }
-
 bool has_method2(statistic s) {
-  return s != statistic::min && s != statistic::max && s != statistic::min_max;
+  return of(s).method2;
 }
 
 }  // namespace tessel::test

@@ -20,19 +20,10 @@ namespace tessel::test {
 
 namespace st = vorlex::orv::stats;
 
-enum class statistic {
-  raw_sum,
-  raw_moment,
-  mean,
-  central_sum,
-  central_moment,
-  variation,
-  skewness,
-  kurtosis,
-  min,
-  max,
-  min_max,
-};
+// clang-format off
+enum class statistic { raw_sum, raw_moment, mean, central_sum, central_moment, variation, skewness,
+                       kurtosis, min, max, min_max };
+// clang-format on
 
 inline constexpr std::array<statistic, 11> all_statistics = {
     statistic::raw_sum,     statistic::raw_moment,     statistic::mean,
