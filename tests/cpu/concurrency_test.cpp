@@ -5,15 +5,9 @@
 // method::estimator of the central families meets the reference on a CPU queue.
 #include <gtest/gtest.h>
 
-#include <sycl/sycl.hpp>
-
-#include <cstddef>
 #include <limits>
-#include <string>
 #include <thread>
-#include <type_traits>
 #include <variant>
-#include <vector>
 
 #include "expected_outputs.hpp"
 #include "statistic_call.hpp"
@@ -93,18 +87,16 @@ sycl::queue& cpu_queue() {
   return queue;
 }
 
-template <typename T>
-outputs<T> run(const mixed_call& c) {
-  const problem<T> p = problem_for<T>(c);
-  return c.method == st::method::fast
-             ? run_statistic<st::method::fast, T, col>(cpu_queue(), c.stat, c.form, p)
-             : run_statistic<st::method::estimator, T, col>(cpu_queue(), c.stat, c.form, p);
-}
-
 using any_outputs = std::variant<outputs<float>, outputs<double>>;
 
 any_outputs run_any(const mixed_call& c) {
-  return c.use_double ? any_outputs(run<double>(c)) : any_outputs(run<float>(c));
+  const auto run = [&]<typename T>(T) -> any_outputs {
+    const problem<T> p = problem_for<T>(c);
+    return c.method == st::method::fast
+               ? run_statistic<st::method::fast, T, col>(cpu_queue(), c.stat, c.form, p)
+               : run_statistic<st::method::estimator, T, col>(cpu_queue(), c.stat, c.form, p);
+  };
+  return c.use_double ? run(0.0) : run(0.0f);
 }
 
 // Float results are computed in double and rounded once; double ones carry the rounding of the

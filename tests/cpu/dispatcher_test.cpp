@@ -1,38 +1,18 @@
 // The compute dispatcher against the recording module, one row per call: its validation and
-// statuses, counts read by int_width, the stages each mask runs and their order, the chaining of
-// statuses; the route of every mask bit; the threading table; stages bound only when first run.
-#include <gtest/gtest.h>
-
-#include <cstdint>
+// statuses, counts read by int_width, the stages each mask runs, in order, and their statuses; the
+// route of every mask bit; the threading table.
 #include <cstring>
 #include <iterator>
 #include <sstream>
-#include <string>
-#include <vector>
 
 #include "cpu/compute_dispatcher.hpp"
 #include "orv/orv_ksu_serv_threader.h"
-#include "orv/ss_task.h"
 #include "recording.hpp"
 
 namespace tessel::test {
 namespace {
 
 namespace cpu = vorlex::orv::stats::detail::cpu;
-
-// A valid task of 64-bit words, as the CPU engine makes them.
-struct task_record {
-  std::int64_t dims = 2, count = 3, storage = SS_STORAGE_ROW_MAJOR;
-  double values[6] = {1, 2, 3, 4, 5, 6};
-  ss_task task{};
-  task_record() {
-    task.int_width = 1;
-    task.dims = &dims;
-    task.obs_count = &count;
-    task.observations = values;
-    task.storage = &storage;
-  }
-};
 
 struct element_type {
   char letter;
@@ -42,15 +22,12 @@ struct element_type {
 
 class Dispatcher : public recorded_test, public ::testing::WithParamInterface<element_type> {
  protected:
-  // The log without the loads, with the stages' short names: "Basic", "?Basic" for its look-up. A
-  // stage of the other type keeps its full name.
-  static std::vector<std::string> events(bool with_lookups) {
+  // The stages run, by their short names; a stage of the other type keeps its full name.
+  static std::vector<std::string> events() {
     std::vector<std::string> list;
     const std::string prefix = std::string("_ksu") + GetParam().letter + "SS";
     for (std::string name : recorded_names()) {
-      if (name.rfind("lookup " + prefix, 0) == 0 && with_lookups) {
-        list.push_back("?" + name.substr(7 + prefix.size()));
-      } else if (name.rfind(prefix, 0) == 0) {
+      if (name.rfind(prefix, 0) == 0) {
         list.push_back(name.substr(prefix.size()));
       } else if (name != "load" && name.rfind("lookup", 0) != 0) {
         list.push_back(name);
@@ -167,7 +144,7 @@ TEST_P(Dispatcher, StatusesAndStagesOfEachCall) {
     task_record r;
     spoil(r, c.edits);
     EXPECT_EQ(GetParam().compute(&r.task, c.mask, c.method), c.status);
-    EXPECT_EQ(events(false), words(c.stages));
+    EXPECT_EQ(events(), words(c.stages));
     for (const recorded_call& call : recorded()) {
       if (call.name.rfind("_ksu", 0) == 0) {
         EXPECT_EQ(call.task, &r.task);
@@ -200,7 +177,7 @@ TEST_P(Dispatcher, EachBitReachesItsStageAndBitsOfNoStageCauseNothing) {
     clear_recording();
     task_record r;
     EXPECT_EQ(GetParam().compute(&r.task, mask, 1), 0);
-    EXPECT_EQ(events(false), expected);
+    EXPECT_EQ(events(), expected);
   }
 }
 
@@ -228,28 +205,6 @@ TEST_P(Dispatcher, StagesGetTheThreadingServiceEntries) {
   for (int k = 0; k < SS_THREADING_TABLE_SIZE; ++k) {
     EXPECT_EQ(tables[0][k], row[k % 5]) << "entry " << k;
   }
-}
-
-// Nothing is loaded before a stage runs; a stage is looked up when it first runs (not when a run
-// stops before it), and once.
-TEST_P(Dispatcher, StagesAreBoundWhenFirstRunAndOnce) {
-  EXPECT_IN_FRESH_PROCESS([&] {
-    // clang-format off
-    const struct { std::uint64_t mask; std::int32_t minmax_status; const char* events; } steps[] = {
-        {0, 0, ""}, {0xC01, -1, "?Minmax Minmax"}, {0xC01, 0, "Minmax ?Basic Basic"},
-        {SS_MEAN, 0, "Basic"}, {0x400401, 0, "?MissingValues MissingValues"}};
-    // clang-format on
-    bool ok = true;
-    task_record r;
-    for (const auto& step : steps) {
-      clear_recording();
-      program_status(std::string("_ksu") + GetParam().letter + "SSMinmax", step.minmax_status);
-      GetParam().compute(&r.task, step.mask, 1);
-      ok = same_list(events(true), words(step.events)) && (step.mask != 0 || recorded().empty()) &&
-           ok;
-    }
-    return ok;
-  }());
 }
 
 }  // namespace

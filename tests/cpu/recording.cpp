@@ -118,19 +118,6 @@ std::vector<std::string> describe_calls(pointer_names names) {
   return lines;
 }
 
-bool same_list(const std::vector<std::string>& got, const std::vector<std::string>& expected) {
-  if (got != expected) {
-    for (const auto* list : {&got, &expected}) {
-      std::fprintf(stderr, list == &got ? "got:" : "\nexpected:");
-      for (const std::string& item : *list) {
-        std::fprintf(stderr, " %s", item.c_str());
-      }
-    }
-    std::fprintf(stderr, "\n");
-  }
-  return got == expected;
-}
-
 }  // namespace tessel::test
 
 using tessel::test::add;
@@ -163,10 +150,10 @@ WRAPPER void* WRAPPED(__wrap_, TYPED_ALLOC)(std::size_t alignment, std::size_t c
                                             const sycl::context& context, sycl::usm::alloc kind) {
   void* pointer = WRAPPED(__real_, TYPED_ALLOC)(alignment, count, size, device, context, kind);
   if (kind == sycl::usm::alloc::shared) {
-    recorded_call c{"alloc", nullptr, {pointer}};
-    c.numbers[0] = static_cast<std::int64_t>(count);
-    c.numbers[1] = static_cast<std::int64_t>(size);
-    add(std::move(c));
+    add({"alloc",
+         nullptr,
+         {pointer},
+         {static_cast<std::int64_t>(count), static_cast<std::int64_t>(size)}});
   }
   return pointer;
 }

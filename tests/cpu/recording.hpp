@@ -11,6 +11,8 @@
 #include <string>
 #include <vector>
 
+#include "orv/ss_task.h"
+
 // The recording module's entries report here, in the test executable, and get their status.
 // pointers: NewTask's (place, dims, obs_count, storage, observations, weights, indices), an edit's
 // arrays, a stage's threading table; numbers: NewTask's words (dims, obs_count, storage) and
@@ -43,12 +45,19 @@ std::vector<std::string> recorded_names();
 using pointer_names = std::map<const void*, std::string>;
 std::vector<std::string> describe_calls(pointer_names names);
 
-// Runs a check that needs a process in which nothing has been bound or loaded yet.
-#define EXPECT_IN_FRESH_PROCESS(...) \
-  EXPECT_EXIT({ std::exit((__VA_ARGS__) ? 0 : 1); }, ::testing::ExitedWithCode(0), "")
-
-// Whether two lists are equal; if not, both go to the standard error stream.
-bool same_list(const std::vector<std::string>& got, const std::vector<std::string>& expected);
+// A valid task of 64-bit words, as the CPU engine makes them.
+struct task_record {
+  std::int64_t dims = 2, count = 3, storage = SS_STORAGE_ROW_MAJOR;
+  double values[6] = {1, 2, 3, 4, 5, 6};
+  ss_task task{};
+  task_record() {
+    task.int_width = 1;
+    task.dims = &dims;
+    task.obs_count = &count;
+    task.observations = values;
+    task.storage = &storage;
+  }
+};
 
 class recorded_test : public ::testing::Test {
  protected:

@@ -1,12 +1,8 @@
 // Errors of host tasks and kernels reach the asynchronous handler only at wait_and_throw,
 // throw_asynchronous or the queue's end; event::wait never throws them.
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <stdexcept>
-#include <string>
-#include <sycl/sycl.hpp>
-#include <vector>
 
 #include "devices.hpp"
 

@@ -1,15 +1,8 @@
 // Buffers and accessors: write-back, ranges, placeholders, host accessors, and the order that
 // accessor conflicts impose on commands.
-#include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
-#include <chrono>
 #include <numeric>
-#include <sycl/sycl.hpp>
-#include <thread>
-#include <type_traits>
-#include <vector>
 
 #include "devices.hpp"
 #include "gate.hpp"

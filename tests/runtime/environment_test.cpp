@@ -1,9 +1,5 @@
 // Settings read from the environment once per process. ctest runs each suite in a process of its
 // own with the environment its name says.
-#include <gtest/gtest.h>
-
-#include <string>
-#include <sycl/sycl.hpp>
 
 #include "devices.hpp"
 

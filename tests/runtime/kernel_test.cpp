@@ -1,11 +1,8 @@
 // Kernels through the queue and the handler: range launches and the launches a device refuses at
 // submission.
-#include <gtest/gtest.h>
 
 #include <functional>
-#include <sycl/sycl.hpp>
 #include <utility>
-#include <vector>
 
 #include "devices.hpp"
 

@@ -1,13 +1,7 @@
 // Command ordering: explicit dependencies, in-order queues, host tasks that block until the test
 // releases them, and the events that report all this.
-#include <gtest/gtest.h>
 
-#include <atomic>
-#include <chrono>
 #include <mutex>
-#include <sycl/sycl.hpp>
-#include <thread>
-#include <vector>
 
 #include "devices.hpp"
 #include "gate.hpp"

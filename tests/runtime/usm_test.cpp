@@ -1,11 +1,8 @@
 // Unified shared memory: kinds, pointer queries, queue memory operations and the test hook that
 // makes malloc_shared fail.
-#include <gtest/gtest.h>
 
 #include <cstdint>
 #include <limits>
-#include <sycl/sycl.hpp>
-#include <vector>
 
 #include "devices.hpp"
 

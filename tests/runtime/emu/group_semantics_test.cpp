@@ -1,13 +1,11 @@
 // Group semantics through the queue, on every device that runs nd_range kernels: barriers,
 // reductions, group copies and local memory.
-#include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdint>
 #include <cstring>
+#include <functional>
 #include <limits>
-#include <sycl/sycl.hpp>
-#include <vector>
+#include <memory>
 
 #include "runtime/devices.hpp"
 
@@ -18,37 +16,31 @@ namespace {
 std::vector<std::size_t> group_sizes(const sycl::device& d) {
   const std::size_t largest = d.get_info<sycl::info::device::max_work_group_size>();
   std::vector<std::size_t> sizes;
-  for (std::size_t l : {1, 2, 3, 7, 64}) {
-    if (l <= largest) {
+  for (std::size_t l : {std::size_t{1}, std::size_t{2}, std::size_t{3}, std::size_t{7},
+                        std::size_t{64}, std::min<std::size_t>(largest, 256)}) {
+    if (l <= largest && (sizes.empty() || l > sizes.back())) {
       sizes.push_back(l);
     }
-  }
-  if (largest > sizes.back()) {
-    sizes.push_back(std::min<std::size_t>(largest, 256));
   }
   return sizes;
 }
 
+// n elements of USM shared memory, each value, freed at the end of the scope.
 template <typename T>
-struct shared_array {
-  shared_array(sycl::queue& q, std::size_t n, T value = T{})
-      : q_(q), data(sycl::malloc_shared<T>(n, q)) {
-    std::fill(data, data + n, value);
-  }
-  shared_array(const shared_array&) = delete;
-  ~shared_array() { sycl::free(data, q_); }
-  T& operator[](std::size_t i) const { return data[i]; }
-  sycl::queue& q_;
-  T* data;
-};
+std::unique_ptr<T[], std::function<void(T*)>> shared_array(sycl::queue& q, std::size_t n,
+                                                           T value = T{}) {
+  T* data = sycl::malloc_shared<T>(n, q);
+  std::fill(data, data + n, value);
+  return {data, [&q](T* p) { sycl::free(p, q); }};
+}
 
 TEST_P(on_each_device, BarriersInsideLoopsOrderLocalMemory) {
   sycl::queue q(GetParam());
   constexpr std::size_t rounds = 5;
   for (std::size_t local : group_sizes(GetParam())) {
     const std::size_t groups = 3, n = local * groups;
-    shared_array<long> out(q, n);
-    long* o = out.data;
+    const auto out = shared_array<long>(q, n);
+    long* o = out.get();
     q.submit([&](sycl::handler& h) {
        sycl::local_accessor<long, 1> tile(sycl::range<1>(local), h);
        h.parallel_for(sycl::nd_range<1>(n, local), [=](sycl::nd_item<1> it) {
@@ -97,12 +89,12 @@ TYPED_TEST_SUITE(Reduction, reduced_types);
 template <typename T, typename Op>
 void check_reduction(sycl::queue& q, std::size_t local, Op op, const T* init) {
   const std::size_t groups = 4, n = local * groups;
-  shared_array<T> x(q, n), out(q, n);
+  const auto x = shared_array<T>(q, n), out = shared_array<T>(q, n);
   for (std::size_t i = 0; i < n; ++i) {
     x[i] = value_of<T>(i);
   }
-  const T* xs = x.data;
-  T* o = out.data;
+  const T* xs = x.get();
+  T* o = out.get();
   const bool with_init = init != nullptr;
   const T start = with_init ? *init : T{};
   q.parallel_for(sycl::nd_range<1>(n, local), [=](sycl::nd_item<1> it) {
@@ -148,12 +140,12 @@ TEST_P(on_each_device, GroupCopiesInAndOutContiguousAndStrided) {
   for (std::size_t local : group_sizes(GetParam())) {
     for (const bool through_group : {false, true}) {
       const std::size_t groups = 3, n = local * groups, stride = 3;
-      shared_array<double> src(q, n * stride), out(q, n * 2, -5.0);
+      const auto src = shared_array<double>(q, n * stride), out = shared_array(q, n * 2, -5.0);
       for (std::size_t i = 0; i < n * stride; ++i) {
         src[i] = 0.5 * static_cast<double>(i);
       }
-      const double* s = src.data;
-      double* o = out.data;
+      const double* s = src.get();
+      double* o = out.get();
       q.submit([&](sycl::handler& h) {
          sycl::local_accessor<double, 1> dense(sycl::range<1>(local), h);
          sycl::local_accessor<double, 1> strided(sycl::range<1>(local), h);
@@ -191,12 +183,12 @@ TEST_P(on_each_device, LocalMemoryIsTheGroupsOwnAndAligned) {
   sycl::queue q(GetParam());
   for (std::size_t local : group_sizes(GetParam())) {
     const std::size_t groups = 16, n = local * groups;
-    shared_array<std::uint64_t> before(q, n);
-    shared_array<double> sums(q, n);
-    shared_array<int> aligned(q, n);
-    std::uint64_t* bf = before.data;
-    double* s = sums.data;
-    int* al = aligned.data;
+    const auto before = shared_array<std::uint64_t>(q, n);
+    const auto sums = shared_array<double>(q, n);
+    const auto aligned = shared_array<int>(q, n);
+    std::uint64_t* bf = before.get();
+    double* s = sums.get();
+    int* al = aligned.get();
     q.submit([&](sycl::handler& h) {
        sycl::local_accessor<char, 1> odd(sycl::range<1>(3), h);
        sycl::local_accessor<double, 1> tile(sycl::range<1>(local), h);

@@ -4,7 +4,6 @@
 
 #include <cstdlib>
 #include <memory>
-#include <optional>
 #include <string>
 #include <sycl/detail/kernel_launch.hpp>
 #include <sycl/sycl.hpp>
@@ -26,29 +25,15 @@ void run_nd(sycl::detail::device_backend& device, std::size_t global, std::size_
   device.run(launch);
 }
 
-// Sets an environment variable for one scope. Only tests that make their devices with
-// make_emulated_gpu() read it again.
-class scoped_env {
- public:
-  scoped_env(const char* name, const std::string& value) : name_(name) {
-    if (const char* old = std::getenv(name)) {
-      old_ = old;
-    }
-    setenv(name, value.c_str(), 1);
+// Sets an environment variable for one scope. The tests here make every device they use with
+// make_emulated_gpu(), which reads it, so nothing needs the value from before.
+struct scoped_env {
+  scoped_env(const char* variable, const std::string& value) : name(variable) {
+    setenv(variable, value.c_str(), 1);
   }
   scoped_env(const scoped_env&) = delete;
-  scoped_env& operator=(const scoped_env&) = delete;
-  ~scoped_env() {
-    if (old_) {
-      setenv(name_, old_->c_str(), 1);
-    } else {
-      unsetenv(name_);
-    }
-  }
-
- private:
-  const char* name_;
-  std::optional<std::string> old_;
+  ~scoped_env() { unsetenv(name); }
+  const char* name;
 };
 
 // The local memory of the running group, as the kernels below the queue see it.
