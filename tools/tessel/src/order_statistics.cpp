@@ -222,9 +222,11 @@ std::vector<order_statistics> find_order_statistics(const std::vector<column_set
   }
   std::vector<order_statistics> results(columns.size());
   std::vector<tally<T>> bounds(columns.size());
-  std::vector<bool> sampled(columns.size());
+  // A byte per column, not vector<bool>: workers write neighbouring columns at once, and packed
+  // bits would share a word.
+  std::vector<unsigned char> sampled(columns.size());
   parallel_for(columns.size(), workers, [&](std::size_t c, unsigned) {
-    sampled[c] = columns[c].count >= whole_below;
+    sampled[c] = columns[c].count >= whole_below ? 1 : 0;
     if (sampled[c]) {
       place_windows(columns[c], bounds[c]);
     } else {
