@@ -212,10 +212,10 @@ TESSEL_INLINE void first_centres(const observations<T>& data, std::int64_t d0, i
 
 // Observations [i0, i1) of dimensions [d0, d1), block by block, merged in order into out. Each
 // block is read from memory once, for its power sums and the sums of its deviations from a centre:
-// the caller's mean, or else a guess at the block's mean (the mean of the blocks before it). Where
-// the block's own mean turns out far from the guess beside its spread, the deviations would lose
-// digits when moved to it, so they are summed again about that mean while the block is still in
-// cache. Without central sums the part is one block.
+// the caller's mean, or else a guess at the block's mean (the centre of the blocks before it).
+// Where the block's own mean turns out far from the guess beside its spread, the deviations would
+// lose digits when moved to it, so they are summed again about that mean while the block is still
+// in cache, and that mean is the centre from then on. Without central sums the part is one block.
 template <class V, int Raw, int Central, bool Weighted, class T>
 TESSEL_INLINE void reduce_part(const observations<T>& data, const sums_request<T>& what,
                                std::int64_t d0, std::int64_t d1, std::int64_t i0, std::int64_t i1,
@@ -239,33 +239,50 @@ TESSEL_INLINE void reduce_part(const observations<T>& data, const sums_request<T
       first_centres(data, d0, dims, i0, i1, centre);
     }
   }
+  // The sums of the blocks since the centre last moved, about that centre. Blocks near it add to
+  // them, and only a move (or the end of the part) folds them into out: one merge per dimension
+  // and move rather than per block, which in a column-major group is sixteen to a block.
+  partial_sums pending[max_group_dims];
+  double_double pending_central[max_group_dims][4] = {};
+  const auto fold_pending = [&]() __attribute__((always_inline)) {
+    for (int k = 0; k < dims; ++k) {
+      if constexpr (Central > 0) {
+        if (given) {
+          pending[k].mean = {centre[k], 0.0};
+          for (int j = 0; j < 3; ++j) {
+            pending[k].central[j] = pending_central[k][j + 1];
+          }
+        } else {
+          centre_on_own_mean(centre[k], pending_central[k], pending[k]);
+        }
+      }
+      merge(out[k], pending[k], how);
+      pending[k] = partial_sums{};
+      for (double_double& d : pending_central[k]) {
+        d = double_double{};
+      }
+    }
+  };
   for (std::int64_t b0 = i0; b0 < i1; b0 += block_length) {
     const block_view<T> block{data.x + shape.offset(d0, b0), Weighted ? data.weights + b0 : nullptr,
                               std::min(block_length, i1 - b0), dims, shape.obs_stride};
     step_sums<QA, Central> found;
     step<V, Raw, Central, Weighted>(block, block, centre, found);
-    partial_sums sums[max_group_dims];
-    for (int k = 0; k < dims; ++k) {
-      partial_sums& s = sums[k];
-      s.w = Weighted ? found.power[0][k] : double_double{static_cast<double>(block.n), 0.0};
-      s.w2 = Weighted ? found.power[1][k] : s.w;
-      for (int j = 0; j < Raw; ++j) {
-        s.raw[j] = found.power[first_raw + j][k];
-      }
-    }
     if constexpr (Central > 0) {
       if (!given) {
-        // Far: delta^2 > D2 / (16 W), with delta = D1 / W the distance of the mean from the centre,
-        // so that the terms that move the sums to the mean stay small beside them.
+        // Far: delta^2 > D2 / (16 W), with delta = D1 / W the distance of the block's mean from
+        // the centre, so that the terms that move the sums to the mean stay small beside them;
+        // the blocks' sums about one centre then satisfy it together too.
         bool far = false;
         double own[max_group_dims];
         for (int k = 0; k < dims; ++k) {
-          const double w = sums[k].w.hi;
+          const double w = Weighted ? found.power[0][k].hi : static_cast<double>(block.n);
           const double delta = found.central[0][k].hi / w;
           own[k] = centre[k] + delta;
           far = far || 16.0 * delta * delta * w > found.central[1][k].hi;
         }
         if (far) {
+          fold_pending();
           block_view<T> none = block;
           none.n = 0;
           step_sums<power_quantities(0, Weighted), Central> again;
@@ -278,27 +295,22 @@ TESSEL_INLINE void reduce_part(const observations<T>& data, const sums_request<T
           }
         }
       }
-      for (int k = 0; k < dims; ++k) {
-        double_double d[4] = {};
-        for (int j = 0; j < Central; ++j) {
-          d[j] = found.central[j][k];
-        }
-        if (given) {
-          sums[k].mean = {centre[k], 0.0};
-          for (int j = 0; j < 3; ++j) {
-            sums[k].central[j] = d[j + 1];
-          }
-        } else {
-          centre_on_own_mean(centre[k], d, sums[k]);
-          // The next block is guessed to lie where this one does.
-          centre[k] = sums[k].mean.hi;
-        }
-      }
     }
     for (int k = 0; k < dims; ++k) {
-      merge(out[k], sums[k], how);
+      partial_sums& s = pending[k];
+      const double_double w =
+          Weighted ? found.power[0][k] : double_double{static_cast<double>(block.n), 0.0};
+      s.w = s.w + w;
+      s.w2 = s.w2 + (Weighted ? found.power[1][k] : w);
+      for (int j = 0; j < Raw; ++j) {
+        s.raw[j] = s.raw[j] + found.power[first_raw + j][k];
+      }
+      for (int j = 0; j < Central; ++j) {
+        pending_central[k][j] = pending_central[k][j] + found.central[j][k];
+      }
     }
   }
+  fold_pending();
 }
 
 // The loops built for each instruction set.
