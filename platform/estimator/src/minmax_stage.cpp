@@ -2,6 +2,7 @@
 #include "parallel.hpp"
 #include "stages.hpp"
 
+#include <algorithm>
 #include <limits>
 #include <new>
 
@@ -74,7 +75,10 @@ TESSEL_INLINE void extremes_of_part(const T* x, const task_shape& shape, std::in
     const T* tail = start + n_rows * S::lanes;
     run(row_shape<T, 1>{}, contiguous_rows<T>{tail, nullptr, 1}, 0, n - n_rows * S::lanes, true);
   } else {
-    for_lane_groups<V, wide>(
+    // A full group in one sweep where the registers allow, so that no sweep reads again what
+    // another one has already fetched.
+    constexpr int group_wide = std::min<int>(wide, max_group_dims / lanes_of<V>);
+    for_lane_groups<V, group_wide>(
         static_cast<int>(d1 - d0), [&](int first, auto shape_tag) __attribute__((always_inline)) {
           run(shape_tag, strided_rows<T>{start + first, nullptr, shape.obs_stride}, first, n,
               false);
