@@ -170,42 +170,73 @@ void place_windows(const column_ref<T>& column, tally<T>& bounds) {
   }
 }
 
-// Branch-free: every value is written to each window's staging run, which keeps it only if it falls
-// inside, so that no branch hangs on where a value falls.
+// A vector of values at a time, without a branch on where a value falls: the counts below each
+// window and the extremes are kept lane by lane, every value is written to a staging run that keeps
+// it only if it lies inside some window (a few in a hundred), and the staged values are then sorted
+// into their windows the same way. A NaN is nowhere: below no window, inside none, never an
+// extreme.
 template <class T>
 void sweep(const column_ref<T>& column, std::size_t begin, std::size_t end, tally<T>& into) {
+  using values_t [[gnu::vector_size(16)]] = T;
+  using mask_t = decltype(values_t{} < values_t{});
+  constexpr std::size_t lanes = sizeof(values_t) / sizeof(T);
   constexpr std::size_t run = 512;
+  const auto splat = [](T value) { return values_t{} + value; };
   window<T>* const w = into.windows;
   const T* const first = column.first;
   const std::size_t step = column.step;
-  const T low[3] = {w[0].low, w[1].low, w[2].low};
-  const T high[3] = {w[0].high, w[1].high, w[2].high};
-  T min = into.min, max = into.max;
-  std::size_t below[3] = {0, 0, 0};
-  T staged[3][run];
+  const values_t low[3] = {splat(w[0].low), splat(w[1].low), splat(w[2].low)};
+  const values_t high[3] = {splat(w[0].high), splat(w[1].high), splat(w[2].high)};
+  values_t min = splat(into.min), max = splat(into.max);
+  mask_t below[3] = {};  // minus the count per lane: a true comparison is -1
+  T staged[run + lanes];
+  T placed[3][run + lanes];
   for (std::size_t run_begin = begin; run_begin < end; run_begin += run) {
     const std::size_t run_end = std::min(end, run_begin + run);
-    std::size_t kept[3] = {0, 0, 0};
-    for (std::size_t i = run_begin; i < run_end; ++i) {
-      const T value = first[i * step];
-      min = value < min ? value : min;
-      max = value > max ? value : max;
+    std::size_t n_staged = 0;
+    for (std::size_t i = run_begin; i < run_end; i += lanes) {
+      values_t v;
+      for (std::size_t l = 0; l < lanes; ++l) {
+        // Past the run's end a lane repeats the run's last value and counts for nothing.
+        v[l] = first[std::min(i + l, run_end - 1) * step];
+      }
+      mask_t counted{};
+      for (std::size_t l = 0; l < lanes; ++l) {
+        counted[l] = i + l < run_end ? -1 : 0;
+      }
+      min = v < min ? v : min;
+      max = v > max ? v : max;
+      mask_t inside{};
       for (std::size_t k = 0; k < 3; ++k) {
-        below[k] += value < low[k];
-        staged[k][kept[k]] = value;
-        kept[k] += (value >= low[k]) & (value <= high[k]);
+        below[k] += (v < low[k]) & counted;
+        inside |= (v >= low[k]) & (v <= high[k]);
+      }
+      inside &= counted;
+      for (std::size_t l = 0; l < lanes; ++l) {
+        staged[n_staged] = v[l];
+        n_staged -= static_cast<std::size_t>(static_cast<std::ptrdiff_t>(inside[l]));
+      }
+    }
+    std::size_t n_placed[3] = {0, 0, 0};
+    for (std::size_t j = 0; j < n_staged; ++j) {
+      const T value = staged[j];
+      for (std::size_t k = 0; k < 3; ++k) {
+        placed[k][n_placed[k]] = value;
+        n_placed[k] += (value >= w[k].low) & (value <= w[k].high);
       }
     }
     for (std::size_t k = 0; k < 3; ++k) {
-      for (std::size_t j = 0; j < kept[k]; ++j) {
-        w[k].add(staged[k][j]);
+      for (std::size_t j = 0; j < n_placed[k]; ++j) {
+        w[k].add(placed[k][j]);
       }
     }
   }
-  into.min = min;
-  into.max = max;
-  for (std::size_t k = 0; k < 3; ++k) {
-    w[k].below += below[k];
+  for (std::size_t l = 0; l < lanes; ++l) {
+    into.min = min[l] < into.min ? min[l] : into.min;
+    into.max = max[l] > into.max ? max[l] : into.max;
+    for (std::size_t k = 0; k < 3; ++k) {
+      w[k].below += static_cast<std::size_t>(-static_cast<std::int64_t>(below[k][l]));
+    }
   }
 }
 
