@@ -15,8 +15,6 @@ namespace {
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
-constexpr const char* emulated_gpu = "Tessel emulated GPU";
-
 TEST(ToolErrors, OneLineAndTheStatusThatSaysWhoseMistake) {
   const scratch_dir dir;
   const std::string data = dir.write("data.csv", "x,y\n1,2\n3\n");

@@ -38,17 +38,6 @@ TEST(OrderStatistics, QuartilesWorkedByHand) {
   EXPECT_TRUE(std::isnan(none.min) && std::isnan(none.median) && std::isnan(none.max));
 }
 
-TEST(OrderStatistics, ColumnsOfAMatrixInEitherLayout) {
-  // Three dimensions of four observations, one observation after the other.
-  const std::vector<double> by_observation = {1, 40, 5, 2, 30, 5, 3, 20, 5, 4, 10, 5};
-  const column_set<double> set{by_observation.data(), 4, 3, {0, 1, 2}};
-  const std::vector<order_statistics> found = find_order_statistics<double>({set, set}, 1);
-  ASSERT_EQ(found.size(), 6u);
-  expect_order(found[0], 1, 1.75, 2.5, 3.25, 4);
-  expect_order(found[1], 10, 17.5, 25, 32.5, 40);
-  expect_order(found[5], 5, 5, 5, 5, 5);
-}
-
 // Columns long enough to be swept through windows around the quartiles, with ranks known by
 // construction: the values 0 to n - 1 in any order have the value r at rank r.
 template <class T>

@@ -43,7 +43,7 @@ TEST_P(ReadMatrixLayout, ElementsStandWhereTheLayoutSays) {
                                                : std::vector<double>{0, 1, 10, 11, 20, 21};
     path = dir.write("m.npy", npy_file(std::string("{'descr': '<f8', 'fortran_order': ") +
                                            (fortran ? "True" : "False") + ", 'shape': (3, 2), }",
-                                       raw_bytes(values, false)));
+                                       raw_bytes(values)));
   }
   read_options options;
   options.orientation = orientation;
@@ -80,7 +80,7 @@ TEST(ReadMatrix, NamesOneDimensionalArraysAndKinds) {
   EXPECT_THAT(read_matrix(header, by_dimension, heap()).names, ElementsAre("0"));
   const std::string vector =
       dir.write("v.txt", npy_file("{'descr': '<f4', 'fortran_order': False, 'shape': (3,), }",
-                                  raw_bytes<float>({1, 2, 3}, false)));
+                                  raw_bytes<float>({1, 2, 3})));
   for (const read_options& options : {read_options{}, by_dimension}) {
     const matrix m = read_matrix(vector, options, heap());
     EXPECT_EQ(m.type, element_type::f32);

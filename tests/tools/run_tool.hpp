@@ -11,6 +11,8 @@
 
 namespace tessel::test {
 
+constexpr const char* emulated_gpu = "Tessel emulated GPU";
+
 struct tool_run {
   int status = -1;
   std::string out;

@@ -61,19 +61,11 @@ inline std::string npy_file(const std::string& dictionary, const std::string& da
   return bytes + header + data;
 }
 
-// Raw bytes of values, in the byte order asked for.
+// The bytes of values as they lie in memory: little-endian here, as the "<" descriptions say (the
+// files numpy writes cover the other order).
 template <class T>
-std::string raw_bytes(const std::vector<T>& values, bool big_endian) {
-  std::string bytes;
-  for (const T value : values) {
-    char buffer[sizeof(T)];
-    std::memcpy(buffer, &value, sizeof(T));
-    if (big_endian) {
-      std::reverse(buffer, buffer + sizeof(T));
-    }
-    bytes.append(buffer, sizeof(T));
-  }
-  return bytes;
+std::string raw_bytes(const std::vector<T>& values) {
+  return {reinterpret_cast<const char*>(values.data()), values.size() * sizeof(T)};
 }
 
 template <class T>

@@ -34,43 +34,6 @@ void expect_kernel_error(Action&& action, std::initializer_list<std::string> tex
   }
 }
 
-// Each item publishes its global id and reads its left neighbour's. Without the barrier this is
-// right only when items run in index order.
-bool neighbour_kernel_is_right(device_backend& gpu, bool with_barrier) {
-  constexpr std::size_t local = 8, groups = 4, n = local * groups;
-  std::vector<long> out(n, 0);
-  long* o = out.data();
-  run_nd(
-      gpu, n, local,
-      [=](const sycl::nd_item<1>& it) {
-        long* tile = local_memory<long>();
-        const std::size_t l = it.get_local_id(0), i = it.get_global_id(0);
-        tile[l] = static_cast<long>(i);
-        if (with_barrier) {
-          sycl::group_barrier(it.get_group());
-        }
-        o[i] = l == 0 ? -1 : tile[l - 1];
-      },
-      local * sizeof(long));
-  for (std::size_t i = 0; i < n; ++i) {
-    if (out[i] != (i % local == 0 ? -1 : static_cast<long>(i) - 1)) {
-      return false;
-    }
-  }
-  return true;
-}
-
-TEST(Shuffle, ExposesAMissingBarrierThatIndexOrderHides) {
-  EXPECT_TRUE(neighbour_kernel_is_right(*make_gpu(0), false));
-  int exposed = 0;
-  for (std::uint64_t seed = 1; seed <= 16; ++seed) {
-    auto gpu = make_gpu(seed);
-    exposed += neighbour_kernel_is_right(*gpu, false) ? 0 : 1;
-    EXPECT_TRUE(neighbour_kernel_is_right(*gpu, true)) << "seed " << seed;
-  }
-  EXPECT_GT(exposed, 0);
-}
-
 TEST(Shuffle, PermutesGroupsAndItemsExactlyOnce) {
   constexpr std::size_t local = 8, groups = 64;
   auto record_order = [&](std::uint64_t seed) {
