@@ -5,8 +5,10 @@
 
 #include <cmath>
 #include <limits>
+#include <map>
 #include <tuple>
 
+#include "csv_chunks.hpp"
 #include "tool_test_support.hpp"
 
 namespace tessel::test {
@@ -219,6 +221,26 @@ read_outcome read_in_chunks(const std::string& text, std::size_t chunk_bytes) {
 TEST_P(CsvChunks, GiveWhatTheWholeTextGives) {
   const auto& [text, chunk_bytes] = GetParam();
   EXPECT_TRUE(read_in_chunks(text, chunk_bytes) == read_in_chunks(text, text.size() + 1));
+}
+
+// The plan alone, since a chunk that starts amiss is read again whole and the table hides it: every
+// chunk starts where a row starts, on its line, as one reading of the quotes from the start finds.
+TEST_P(CsvChunks, StartWhereRowsStart) {
+  const auto& [text, chunk_bytes] = GetParam();
+  std::map<std::size_t, std::int64_t> row_starts{{0, 1}};
+  bool quoted = false;
+  std::int64_t line = 1;
+  for (std::size_t k = 0; k < text.size(); ++k) {
+    quoted = quoted != (text[k] == '"');
+    line += text[k] == '\n';
+    if (text[k] == '\n' && !quoted) {
+      row_starts[k + 1] = line;
+    }
+  }
+  for (const csv_chunk& chunk : plan_chunks(text, 0, 1, 2, chunk_bytes, 3)) {
+    ASSERT_TRUE(row_starts.contains(chunk.begin)) << chunk.begin;
+    EXPECT_EQ(chunk.line, row_starts.at(chunk.begin)) << chunk.begin;
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(
