@@ -195,7 +195,7 @@ void sweep(const column_ref<T>& column, std::size_t begin, std::size_t end, tall
     const std::size_t run_end = std::min(end, run_begin + run);
     std::size_t n_staged = 0;
     for (std::size_t i = run_begin; i < run_end; i += lanes) {
-      values_t v;
+      values_t v{};
       for (std::size_t l = 0; l < lanes; ++l) {
         // Past the run's end a lane repeats the run's last value and counts for nothing.
         v[l] = first[std::min(i + l, run_end - 1) * step];
